@@ -1,0 +1,21 @@
+#pragma once
+// The rows of the "config" section, as data: the GUI turns them into tree rows, the
+// command-line converter takes their stored values as its default options.
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include "params/parameter_names.h"
+
+struct ConfigRow {
+    enum Kind { ReadOnly, Edit, Choice };
+    Kind kind;
+    QString name;
+    QString value;      // stored value
+    QStringList values; // choice rows: stored values
+    QStringList texts;  // choice rows: shown texts
+};
+
+QList<ConfigRow> configRows(const ParameterMap& header);
+// name -> stored value of every config row
+ConvertOptions defaultOptions(const ParameterMap& header);

@@ -1,0 +1,70 @@
+#pragma once
+// Navigation records and headers of the four navigation files (GPS "N", GLONASS "G",
+// Galileo "L", BeiDou "C").
+#include <QByteArray>
+#include <QMap>
+#include <QtGlobal>
+
+#include "decoding/beidou_ephemeris.h"
+#include "decoding/galileo_ephemeris.h"
+#include "decoding/glonass_ephemeris.h"
+#include "decoding/gps_ephemeris.h"
+
+class QIODevice;
+
+namespace rinex {
+
+// One ionosphere/UTC record as the navigation header needs it.
+struct IonoUtcSlot {
+    bool valid = false;
+    double alpha[4] = {0, 0, 0, 0};
+    double beta[4] = {0, 0, 0, 0};
+    qint32 leapSeconds = 0;       // delta t LS
+    qint32 leapSecondsFuture = 0; // delta t LSF
+    qint32 week = 0;              // week of the leap-second change
+    qint32 day = 0;               // day of that week
+};
+
+struct NavigationHeaderInfo {
+    int minorVersion = 4;
+    QByteArray program;
+    QByteArray runBy;
+    IonoUtcSlot first;   // GPS ionosphere/UTC: first record kept
+    IonoUtcSlot latest;  // and the latest
+    IonoUtcSlot beidouFirst;
+    IonoUtcSlot beidouLatest;
+    qint32 leapSeconds = 99; // 99 = unknown
+};
+
+// Writes the reserved header of a navigation file at open: 8 blank COMMENT lines, END OF
+// HEADER, and the system text at byte 40. Returns the bytes written.
+qint64 reserveNavigationHeader(QIODevice* file, const char* systemText);
+
+// Writes the final header over the reservation; kind is the file name's last letter.
+// Does nothing (false) when the file is shorter than 246 bytes.
+bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInfo& info);
+
+// Navigation records of one conversion; remembers per system and satellite the reference
+// time of the last record written so that repeated ephemerides are written once.
+class NavigationWriter {
+public:
+    void reset();
+
+    // Each returns the bytes written, 0 when the record is skipped or the file is not open.
+    qint64 writeGps(QIODevice* file, const decoding::GpsEphemeris& eph);
+    // Sets leapSeconds from the record when it is unknown (99).
+    qint64 writeGlonass(QIODevice* file, const decoding::GlonassEphemeris& eph, qint32& leapSeconds);
+    qint64 writeBd2(QIODevice* file, const decoding::Bd2Ephemeris& eph);
+    qint64 writeBeidou(QIODevice* file, const decoding::BeidouEphemeris& eph);
+    qint64 writeGalileo(QIODevice* file, const decoding::GalileoEphemeris& eph);
+    qint64 writeGalileoInav(QIODevice* file, const decoding::GalileoInavEphemeris& eph);
+    qint64 writeGalileoFnav(QIODevice* file, const decoding::GalileoFnavEphemeris& eph);
+
+private:
+    QMap<quint32, double> gpsToe_;
+    QMap<quint32, quint32> glonassTime_;
+    QMap<quint32, double> galileoToe_;
+    QMap<quint32, double> beidouToe_;
+};
+
+} // namespace rinex

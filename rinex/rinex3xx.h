@@ -1,0 +1,154 @@
+#pragma once
+// The RINEX 3.0x writer: takes options through its setters, opens the five output files,
+// receives every board frame and text line of the stream, writes observation epochs and
+// navigation records as they come and the headers in place at close.
+#include <QByteArray>
+#include <QFile>
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QString>
+#include <vector>
+
+#include "decoding/iono_utc.h"
+#include "decoding/position_time.h"
+#include "decoding/range_observation.h"
+#include "rinex/navigation_writer.h"
+
+class Rinex3xx;
+
+// Observations of the current receiver epoch (one range log).
+struct EpochWorkArea {
+    struct Entry {
+        char system;      // RINEX system letter
+        quint16 satellite;
+        char code[3];     // RINEX band/attribute, e.g. "1C"
+        qint16 glonassFrequency;
+        double pseudorange;  // m
+        double carrierPhase; // cycles, board sign
+        float doppler;       // Hz
+        float cn0;           // dB-Hz
+        bool phaseValid;
+        bool phaseLock;
+        bool pseudorangeValid;
+        const decoding::SatSystemInfo* systemInfo;
+        const decoding::SignalInfo* signalInfo;
+    };
+
+    qint16 week = 0;
+    quint32 milliseconds = 0;
+    std::vector<Entry> entries; // kept sorted by system, satellite, code before writing
+    Rinex3xx* writer = nullptr;
+
+    void clear() { entries.clear(); }
+    void add(const decoding::RangeObservation& obs);
+};
+
+// Per system letter, the observed signal codes in column order.
+struct SignalColumn {
+    char code[3];
+    int column;
+    int quarterCycles; // phase shift in quarter cycles
+};
+using SignalMap = QMap<char, QList<SignalColumn>>;
+
+class Rinex3xx : public QObject {
+    Q_OBJECT
+public:
+    explicit Rinex3xx(QObject* parent = nullptr);
+    ~Rinex3xx() override;
+
+    // Setters: all refuse (return false, change nothing) while the files are open.
+    bool setVersion(int minor);                      // 2..4
+    bool setVersion(const QByteArray& text);         // "3.02", "3.03", "3.04"
+    bool setProgram(const QByteArray& program, const QByteArray& runBy);
+    bool setMarker(const QByteArray& name, const QByteArray& number, const QByteArray& type);
+    bool setObserver(const QByteArray& observer, const QByteArray& agency);
+    bool setReceiver(const QByteArray& number, const QByteArray& type, const QByteArray& version);
+    bool setAntenna(const QByteArray& number, const QByteArray& type);
+    bool setAntennaDelta(double h, double e, double n);
+    bool setAntennaHeight(double height);
+    bool setApproxPosition(double latitude, double longitude, double height);
+    bool setSignalSearchMode(quint32 mode);
+    bool setPpkMode(int mode);                       // 1 none, 2 only, 3 mix
+    bool setPresetSignals(const QMap<char, QList<QByteArray>>& signalCodes);
+    bool setGlonassCodeBiases(const QMap<QByteArray, double>& biases);
+    bool setComments(const QList<QByteArray>& comments);
+
+    // Opens base+"O", "C", "L", "N", "G" (base = path without its last character).
+    // Returns the bytes written, 0 on failure (already open, a file exists, create failed).
+    qint64 open(const QString& path);
+    // Bytes written for this frame, 0 when nothing was written.
+    qint64 handleFrame(const uint8_t* frame, quint32 length);
+    // "$PPK" event sentences. Bytes written, 0 when nothing was written.
+    qint64 handleTextLine(const char* text, quint32 length);
+    // Writes the headers in place and closes the files; nothing when not open.
+    void close();
+
+    bool isOpen() const { return open_; }
+    QString observationFileName() const { return files_[FileObservation].fileName(); }
+    QStringList outputFileNames() const;
+    qint64 epochsWritten() const { return epochsWritten_; }
+    // Text of the first failed write (empty when every write succeeded).
+    QString writeError() const { return writeError_; }
+
+private:
+    enum FileIndex { FileObservation, FileBeidou, FileGalileo, FileGps, FileGlonass, FileCount };
+
+    qint64 handleObservationLog(const uint8_t* frame, const decoding::LogHeader& header);
+    qint64 writeEpoch(int epochFlag = 0);
+    bool writeObservationHeader();
+    qint64 writeStartOfMoving();
+    qint64 writeNewSite(const QByteArray& name, const QByteArray& number, double antennaHeight, double x,
+                        double y, double z);
+    qint64 writeLine(QFile& file, const char* data, qint64 length);
+
+    // options
+    int minorVersion_ = 4;
+    QByteArray program_, runBy_;
+    QByteArray markerName_, markerNumber_, markerType_ = "GEODETIC";
+    QByteArray observer_, agency_;
+    QByteArray receiverNumber_, receiverType_, receiverVersion_;
+    QByteArray antennaNumber_, antennaType_;
+    double antennaDeltaH_ = 0, antennaDeltaE_ = 0, antennaDeltaN_ = 0;
+    double antennaHeight_ = 1e300; // 1e300 = not given
+    quint32 signalSearchMode_ = 0;
+    int ppkMode_ = 1;
+    SignalMap presetSignals_;
+    QMap<QByteArray, double> glonassCodeBiases_;
+    QList<QByteArray> comments_; // each 60 bytes + "COMMENT             \r\n"
+    bool open_ = false;
+
+    QFile files_[FileCount];
+
+    EpochWorkArea epoch_;
+
+    // station state taken from the stream
+    bool haveTime_ = false;
+    decoding::TimeSolution time_{};
+    bool haveUtc_ = false;
+    decoding::IonoUtcParameters firstUtc_{};
+    decoding::IonoUtcParameters latestUtc_{};
+
+    // epoch bookkeeping
+    qint64 firstEpoch_ = 0;
+    qint64 lastEpoch_ = 0;
+    qint32 interval_ = 0;
+    qint64 epochsWritten_ = 0;
+
+    // approximate position: given by the user, and the first one computed in the stream
+    double userLatitude_ = 0, userLongitude_ = 0, userHeight_ = 0;
+    double firstLatitude_ = 0, firstLongitude_ = 0, firstHeight_ = 0;
+
+    qint32 leapSeconds_ = 99;
+    SignalMap signalMap_;
+    QMap<int, int> glonassSlots_; // slot -> frequency channel
+
+    // PPK marker state
+    bool markerInProgress_ = false;
+    qint32 markerId1_ = 0, markerId2_ = 0;
+    qint32 sampleCounter_ = 0;
+
+    rinex::NavigationWriter navigation_;
+    QString writeError_;
+};

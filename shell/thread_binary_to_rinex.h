@@ -1,0 +1,44 @@
+#pragma once
+// One conversion of one input file on the thread it is moved to: reads 1 MiB per pass of
+// the event loop, feeds the synchroniser, whose callbacks drive the RINEX writer.
+#include <QByteArray>
+#include <QMap>
+#include <QObject>
+#include <QString>
+
+#include "decoding/stream_sync.h"
+
+class QFile;
+class QTimer;
+class Rinex3xx;
+
+class ThreadBinaryToRinex : public QObject {
+    Q_OBJECT
+public:
+    explicit ThreadBinaryToRinex(QObject* parent = nullptr);
+    ~ThreadBinaryToRinex() override;
+
+    void setParameters(const QMap<QString, QString>& parameters);
+
+signals:
+    void progress(int prg);
+    void message(QString msg);
+    void finished(bool ok, QString msg);
+
+public slots:
+    void startConvert();
+    void on_timer_timeout();
+
+private:
+    void applyOptions();
+    void releaseResources();
+
+    QMap<QString, QString> parameters_;
+    QTimer* timer_ = nullptr;
+    QFile* inputFile_ = nullptr;
+    QByteArray syncBuffer_;
+    decoding::StreamSync sync_{};
+    Rinex3xx* writer_ = nullptr;
+    qint64 startTime_ = 0;
+    qint32 lastPercent_ = -1;
+};

@@ -1,0 +1,2 @@
+// placeholder so the library always has a source
+namespace rinex_input {}
