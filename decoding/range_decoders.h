@@ -7,6 +7,11 @@
 
 namespace decoding {
 
+// Steps shared by RANGE and RANGECMP: splits the 32-bit status word into the record's bit
+// fields, attaches the system descriptor, renumbers the satellite, offsets the frequency
+// channel and looks up the signal row by signal type.
+void applyRangeStatus(uint32_t status, uint32_t signalSearchMode, RangeObservation& observation);
+
 int openRange(const uint8_t* frame, const LogHeader& header, RangeCursor& cursor, uint32_t signalSearchMode);
 // -1 when index is out of range or observation is null; else 0 (signalInfo may be none).
 int decodeRange(const RangeCursor& cursor, int32_t index, RangeObservation* observation);

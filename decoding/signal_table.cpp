@@ -5,7 +5,9 @@ namespace decoding {
 namespace {
 
 // Packed code: system in the high byte, row within the system's table in the low byte.
-constexpr uint32_t pack(uint32_t system, uint32_t row) { return (system << 8) | row; }
+constexpr uint32_t pack(uint32_t system, uint32_t row) {
+    return (system << 8) | row;
+}
 
 // Row order matters: duplicate signal types are resolved by search direction.
 const SignalInfo kGpsSignals[] = {
@@ -71,7 +73,9 @@ const SignalInfo kNavicSignals[] = {
     {0, 1, 2, pack(6, 0), "5A", "L5(ASPS)", 1176450000u, 0},
 };
 
-template <typename T, int N> constexpr int32_t rows(const T (&)[N]) { return N; }
+template <typename T, int N> constexpr int32_t rows(const T (&)[N]) {
+    return N;
+}
 
 const SatSystemInfo kSystems[] = {
     {'G', 1575420000.0, 1, 0, kGpsSignals, rows(kGpsSignals)},
@@ -87,10 +91,10 @@ template <typename Match>
 const SignalInfo* findSignal(const SatSystemInfo& system, uint32_t searchMode, Match match) {
     if (searchMode == 2) {
         for (int32_t i = system.signalCount - 1; i >= 0; --i)
-            if (match(system.signals[i])) return &system.signals[i];
+            if (match(system.signalRows[i])) return &system.signalRows[i];
     } else {
         for (int32_t i = 0; i < system.signalCount; ++i)
-            if (match(system.signals[i])) return &system.signals[i];
+            if (match(system.signalRows[i])) return &system.signalRows[i];
     }
     return nullptr;
 }
@@ -102,10 +106,12 @@ const SatSystemInfo* satSystemInfo(uint32_t system) {
 }
 
 const SignalInfo* findSignalByType(const SatSystemInfo& system, uint32_t signalType, uint32_t searchMode) {
-    return findSignal(system, searchMode, [signalType](const SignalInfo& s) { return s.signalType == signalType; });
+    return findSignal(system, searchMode,
+                      [signalType](const SignalInfo& s) { return s.signalType == signalType; });
 }
 
-const SignalInfo* findSignalByCompressedCode(const SatSystemInfo& system, uint32_t code, uint32_t searchMode) {
+const SignalInfo* findSignalByCompressedCode(const SatSystemInfo& system, uint32_t code,
+                                             uint32_t searchMode) {
     // 255 marks "no compressed code" in the table, never a real code.
     if (code == 255) return nullptr;
     return findSignal(system, searchMode, [code](const SignalInfo& s) { return s.compressedCode == code; });

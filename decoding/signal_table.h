@@ -20,7 +20,7 @@ struct SatSystemInfo {
     double referenceFrequency;   // Hz
     int32_t numberingOffset;     // satellite number offset (GLONASS 38, SBAS 120, ...)
     int16_t frequencyOffset;     // added to the raw frequency channel (-7 for GLONASS)
-    const SignalInfo* signals;
+    const SignalInfo* signalRows;
     int32_t signalCount;
 };
 

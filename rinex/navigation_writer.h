@@ -29,8 +29,8 @@ struct NavigationHeaderInfo {
     int minorVersion = 4;
     QByteArray program;
     QByteArray runBy;
-    IonoUtcSlot first;   // GPS ionosphere/UTC: first record kept
-    IonoUtcSlot latest;  // and the latest
+    IonoUtcSlot first;  // GPS ionosphere/UTC: first record kept
+    IonoUtcSlot latest; // and the latest
     IonoUtcSlot beidouFirst;
     IonoUtcSlot beidouLatest;
     qint32 leapSeconds = 99; // 99 = unknown

@@ -8,21 +8,29 @@
 #include <QMap>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <vector>
 
 #include "decoding/iono_utc.h"
 #include "decoding/position_time.h"
-#include "decoding/range_observation.h"
 #include "rinex/navigation_writer.h"
+
+// Forward declarations only: the signal table header has a member named like one of Qt's
+// keyword macros, so it must not be pulled into translation units that include Qt first.
+namespace decoding {
+struct RangeObservation;
+struct SatSystemInfo;
+struct SignalInfo;
+} // namespace decoding
 
 class Rinex3xx;
 
 // Observations of the current receiver epoch (one range log).
 struct EpochWorkArea {
     struct Entry {
-        char system;      // RINEX system letter
+        char system; // RINEX system letter
         quint16 satellite;
-        char code[3];     // RINEX band/attribute, e.g. "1C"
+        char code[3]; // RINEX band/attribute, e.g. "1C"
         qint16 glonassFrequency;
         double pseudorange;  // m
         double carrierPhase; // cycles, board sign
@@ -37,10 +45,15 @@ struct EpochWorkArea {
 
     qint16 week = 0;
     quint32 milliseconds = 0;
-    std::vector<Entry> entries; // kept sorted by system, satellite, code before writing
+    std::vector<Entry> entries; // kept sorted by system, satellite, code
     Rinex3xx* writer = nullptr;
 
-    void clear() { entries.clear(); }
+    void clear() {
+        entries.clear();
+        week = 0;
+        milliseconds = 0;
+    }
+    // Observations without a system or signal descriptor are skipped.
     void add(const decoding::RangeObservation& obs);
 };
 
@@ -59,8 +72,8 @@ public:
     ~Rinex3xx() override;
 
     // Setters: all refuse (return false, change nothing) while the files are open.
-    bool setVersion(int minor);                      // 2..4
-    bool setVersion(const QByteArray& text);         // "3.02", "3.03", "3.04"
+    bool setVersion(int minor);              // 2..4
+    bool setVersion(const QByteArray& text); // "3.02", "3.03", "3.04"
     bool setProgram(const QByteArray& program, const QByteArray& runBy);
     bool setMarker(const QByteArray& name, const QByteArray& number, const QByteArray& type);
     bool setObserver(const QByteArray& observer, const QByteArray& agency);
@@ -70,7 +83,7 @@ public:
     bool setAntennaHeight(double height);
     bool setApproxPosition(double latitude, double longitude, double height);
     bool setSignalSearchMode(quint32 mode);
-    bool setPpkMode(int mode);                       // 1 none, 2 only, 3 mix
+    bool setPpkMode(int mode); // 1 none, 2 only, 3 mix
     bool setPresetSignals(const QMap<char, QList<QByteArray>>& signalCodes);
     bool setGlonassCodeBiases(const QMap<QByteArray, double>& biases);
     bool setComments(const QList<QByteArray>& comments);
@@ -95,13 +108,37 @@ public:
 private:
     enum FileIndex { FileObservation, FileBeidou, FileGalileo, FileGps, FileGlonass, FileCount };
 
+    // GLONASS code bias, flattened at open so that the epoch writer needs no map lookup.
+    struct CodeBias {
+        char code[2];
+        double metres;
+    };
+
     qint64 handleObservationLog(const uint8_t* frame, const decoding::LogHeader& header);
-    qint64 writeEpoch(int epochFlag = 0);
+    qint64 handleNavigationLog(const uint8_t* frame, const decoding::LogHeader& header);
+    qint64 writeEpoch();
+    int formatSatelliteLine(char* line, const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
+    double glonassBias(const char* code) const;
     bool writeObservationHeader();
+    qint64 writeHeaderLine(const char* format, ...)
+#if defined(__GNUC__)
+        __attribute__((format(printf, 2, 3)))
+#endif
+        ;
+    qint64 writeHeaderBytes(const char* data, qint64 length);
+    qint64 writeObsTypes(const SignalMap& signalMap);
+    qint64 writeGlonassSlots();
     qint64 writeStartOfMoving();
     qint64 writeNewSite(const QByteArray& name, const QByteArray& number, double antennaHeight, double x,
                         double y, double z);
+    qint64 writeEventLine(const char* format, ...)
+#if defined(__GNUC__)
+        __attribute__((format(printf, 2, 3)))
+#endif
+        ;
     qint64 writeLine(QFile& file, const char* data, qint64 length);
+    void checkDevice(QFile& file);
+    void recordWriteError(const QFile& file);
 
     // options
     int minorVersion_ = 4;
@@ -143,6 +180,7 @@ private:
     qint32 leapSeconds_ = 99;
     SignalMap signalMap_;
     QMap<int, int> glonassSlots_; // slot -> frequency channel
+    std::vector<CodeBias> codeBiases_;
 
     // PPK marker state
     bool markerInProgress_ = false;

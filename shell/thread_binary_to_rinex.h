@@ -33,6 +33,10 @@ private:
     void applyOptions();
     void releaseResources();
 
+    static void onBoardFrame(const uint8_t* data, uint32_t length, void* user);
+    static void onTextLine(const uint8_t* data, uint32_t length, void* user);
+    static void onIgnored(const uint8_t* data, uint32_t length, void* user);
+
     QMap<QString, QString> parameters_;
     QTimer* timer_ = nullptr;
     QFile* inputFile_ = nullptr;
@@ -41,4 +45,5 @@ private:
     Rinex3xx* writer_ = nullptr;
     qint64 startTime_ = 0;
     qint32 lastPercent_ = -1;
+    bool inTick_ = false; // the timer must not be deleted inside its own timeout
 };

@@ -1,0 +1,138 @@
+#include "cli/job_runner.h"
+
+#include <QFile>
+
+#include "cli/progress_output.h"
+#include "shell/thread_binary_to_rinex.h"
+
+namespace cli {
+
+qint64 countObservationEpochs(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) return -1;
+    // Epoch lines start with ">" and carry their flag in column 32; flags 2 to 5 are events.
+    qint64 epochs = 0;
+    while (!file.atEnd()) {
+        const QByteArray line = file.readLine();
+        if (line.size() > 31 && line.at(0) == '>' && (line.at(31) == '0' || line.at(31) == '1')) ++epochs;
+    }
+    return epochs;
+}
+
+QStringList outputFileNames(const QString& outputPath) {
+    const QString base = outputPath.left(outputPath.size() - 1);
+    QStringList names;
+    for (const char* letter : {"O", "N", "G", "L", "C"})
+        names << base + letter;
+    return names;
+}
+
+ConversionJob::ConversionJob(const QString& input, const ConvertOptions& options, QObject* parent)
+    : QObject(parent), input_(input), options_(options) {}
+
+ConversionJob::~ConversionJob() {
+    stopThread();
+}
+
+void ConversionJob::start() {
+    auto* worker = new ThreadBinaryToRinex();
+    connect(this, &ConversionJob::deleteThreadObject, worker, &QObject::deleteLater, Qt::QueuedConnection);
+    // quit can end the thread's loop before the queued deleteLater is served; the thread's
+    // end then deletes the worker on that thread, so its writer still closes its files.
+    connect(&thread_, &QThread::finished, worker, &QObject::deleteLater);
+    connect(this, &ConversionJob::startConvert, worker, &ThreadBinaryToRinex::startConvert,
+            Qt::QueuedConnection);
+    connect(worker, &ThreadBinaryToRinex::progress, this, &ConversionJob::on_thread_progress,
+            Qt::QueuedConnection);
+    connect(worker, &ThreadBinaryToRinex::finished, this, &ConversionJob::on_thread_finished,
+            Qt::QueuedConnection);
+    connect(worker, &ThreadBinaryToRinex::message, this, &ConversionJob::on_thread_message,
+            Qt::QueuedConnection);
+    worker->setParameters(options_);
+    worker->moveToThread(&thread_);
+    thread_.start();
+    emit startConvert();
+}
+
+void ConversionJob::cancel() {
+    stopThread();
+}
+
+void ConversionJob::on_thread_progress(int prg) {
+    emit progress(input_, prg);
+}
+
+void ConversionJob::on_thread_message(QString msg) {
+    emit message(input_, msg);
+}
+
+void ConversionJob::on_thread_finished(bool ok, QString msg) {
+    // The worker is idle now: its writer is closed, so the files are complete.
+    stopThread();
+    emit done(input_, ok, msg);
+}
+
+void ConversionJob::stopThread() {
+    if (!thread_.isRunning()) return;
+    emit deleteThreadObject();
+    thread_.quit();
+    thread_.wait();
+}
+
+JobRunner::JobRunner(const QList<Job>& jobs, int parallel, ProgressOutput& output, QObject* parent)
+    : QObject(parent), pending_(jobs), parallel_(parallel), output_(output) {}
+
+void JobRunner::start() {
+    if (pending_.isEmpty()) {
+        emit allFinished();
+        return;
+    }
+    while (running_.size() < parallel_ && !pending_.isEmpty())
+        startNext();
+}
+
+void JobRunner::cancelAll() {
+    pending_.clear();
+    for (ConversionJob* job : running_) {
+        job->cancel();
+        output_.cancelled(job->input());
+    }
+}
+
+void JobRunner::startNext() {
+    const Job job = pending_.takeFirst();
+    auto* conversion = new ConversionJob(job.input, job.options, this);
+    connect(conversion, &ConversionJob::progress, this,
+            [this](QString input, int prg) { output_.progress(input, prg); });
+    connect(conversion, &ConversionJob::message, this,
+            [this](QString input, QString msg) { output_.message(input, msg); });
+    connect(conversion, &ConversionJob::done, this,
+            [this, conversion](QString, bool ok, QString msg) { jobDone(conversion, ok, msg); });
+    running_ << conversion;
+    clocks_[job.input].start();
+    outputPaths_[job.input] = job.options.value("Path Output");
+    output_.started(job.input);
+    conversion->start();
+}
+
+void JobRunner::jobDone(ConversionJob* job, bool ok, const QString& msg) {
+    running_.removeOne(job);
+    job->deleteLater();
+    const QString input = job->input();
+    if (ok) {
+        const double seconds = clocks_.value(input).elapsed() / 1000.0;
+        const QStringList outputs = outputFileNames(outputPaths_.value(input));
+        output_.message(input, msg);
+        output_.succeeded(input, countObservationEpochs(outputs.first()), outputs, seconds);
+    } else {
+        ++failures_;
+        output_.failed(input, msg);
+    }
+    if (!pending_.isEmpty()) {
+        startNext();
+    } else if (running_.isEmpty()) {
+        emit allFinished();
+    }
+}
+
+} // namespace cli

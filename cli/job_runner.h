@@ -1,0 +1,88 @@
+#pragma once
+// Runs the conversions: one worker per input on its own thread, at most N at once.
+#include <QElapsedTimer>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QThread>
+
+#include "params/parameter_names.h"
+
+namespace cli {
+
+class ProgressOutput;
+
+// Epoch records (flag 0 or 1) in a RINEX 3 observation file; -1 when it cannot be read.
+qint64 countObservationEpochs(const QString& path);
+// The five files the writer makes from an output path: O, N, G, L, C.
+QStringList outputFileNames(const QString& outputPath);
+
+// One conversion, driven the way a conversion tab drives it: the worker is moved to this
+// job's thread, started by a queued signal and destroyed by a queued deleteLater.
+class ConversionJob : public QObject {
+    Q_OBJECT
+public:
+    ConversionJob(const QString& input, const ConvertOptions& options, QObject* parent = nullptr);
+    ~ConversionJob() override;
+
+    void start();
+    // Ends a running conversion without waiting for it: its worker is destroyed, which
+    // closes the writer, so the files keep complete headers. No done signal follows.
+    void cancel();
+    const QString& input() const { return input_; }
+
+signals:
+    void startConvert();
+    void deleteThreadObject();
+    void progress(QString input, int prg);
+    void message(QString input, QString msg);
+    void done(QString input, bool ok, QString msg);
+
+private slots:
+    void on_thread_progress(int prg);
+    void on_thread_message(QString msg);
+    void on_thread_finished(bool ok, QString msg);
+
+private:
+    void stopThread();
+
+    QString input_;
+    ConvertOptions options_;
+    QThread thread_;
+};
+
+struct Job {
+    QString input;
+    ConvertOptions options;
+};
+
+class JobRunner : public QObject {
+    Q_OBJECT
+public:
+    JobRunner(const QList<Job>& jobs, int parallel, ProgressOutput& output, QObject* parent = nullptr);
+
+    int failures() const { return failures_; }
+
+public slots:
+    void start();
+    // Drops the pending inputs and cancels the running ones.
+    void cancelAll();
+
+signals:
+    void allFinished();
+
+private:
+    void startNext();
+    void jobDone(ConversionJob* job, bool ok, const QString& msg);
+
+    QList<Job> pending_;
+    int parallel_;
+    QList<ConversionJob*> running_;
+    int failures_ = 0;
+    ProgressOutput& output_;
+    QMap<QString, QElapsedTimer> clocks_;
+    QMap<QString, QString> outputPaths_;
+};
+
+} // namespace cli

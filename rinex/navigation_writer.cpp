@@ -1,0 +1,498 @@
+#include "rinex/navigation_writer.h"
+
+#include <QDateTime>
+#include <QIODevice>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "rinex/number_format.h"
+
+namespace rinex {
+
+namespace {
+
+constexpr int kLineCapacity = 160;
+constexpr char kConverterVersion[] = "1.9.2012.9";
+
+struct Calendar {
+    int year, month, day, hour, minute, second;
+};
+
+// GPS week and milliseconds of week to a calendar date, without leap seconds. The
+// milliseconds may lie outside the week (GLONASS epochs shifted by the leap seconds).
+Calendar gpsCalendar(qint64 week, qint64 milliseconds) {
+    const qint64 total = week * 604800000LL + milliseconds;
+    qint64 seconds = total >= 0 ? total / 1000 : -((-total + 999) / 1000);
+    qint64 days = seconds >= 0 ? seconds / 86400 : -((-seconds + 86399) / 86400);
+    qint64 secondOfDay = seconds - days * 86400;
+
+    // Days from 1970-01-01; the GPS origin 1980-01-06 is day 3657.
+    qint64 z = days + 3657 + 719468;
+    const qint64 era = (z >= 0 ? z : z - 146096) / 146097;
+    const qint64 doe = z - era * 146097;
+    const qint64 yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const qint64 doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const qint64 mp = (5 * doy + 2) / 153;
+    const qint64 d = doy - (153 * mp + 2) / 5 + 1;
+    const qint64 m = mp < 10 ? mp + 3 : mp - 9;
+    const qint64 y = yoe + era * 400 + (m <= 2 ? 1 : 0);
+
+    Calendar c;
+    c.year = static_cast<int>(y);
+    c.month = static_cast<int>(m);
+    c.day = static_cast<int>(d);
+    c.hour = static_cast<int>(secondOfDay / 3600);
+    c.minute = static_cast<int>(secondOfDay % 3600 / 60);
+    c.second = static_cast<int>(secondOfDay % 60);
+    return c;
+}
+
+qint64 roundedMilliseconds(double seconds) {
+    return static_cast<qint64>(std::llround(seconds * 1000.0));
+}
+
+bool isOpen(const QIODevice* file) {
+    return file != nullptr && file->isOpen();
+}
+
+qint64 writeLine(QIODevice* file, const char* line, int length) {
+    if (length <= 0) return 0;
+    const qint64 n = file->write(line, length);
+    return n > 0 ? n : 0;
+}
+
+// "X%02d %04d %02d %02d %02d %02d %02d" and three values.
+qint64 writeFirstLine(QIODevice* file, char system, int satellite, const Calendar& c, double v0, double v1,
+                      double v2) {
+    char line[kLineCapacity];
+    int n = std::snprintf(line, sizeof line, "%c%02d %04d %02d %02d %02d %02d %02d", system, satellite,
+                          c.year, c.month, c.day, c.hour, c.minute, c.second);
+    const double values[3] = {v0, v1, v2};
+    for (double v : values)
+        n += formatExponent(line + n, sizeof line - static_cast<size_t>(n), v, 12);
+    n += std::snprintf(line + n, sizeof line - static_cast<size_t>(n), "\r\n");
+    return writeLine(file, line, n);
+}
+
+qint64 writeOrbitLine(QIODevice* file, double v0, double v1, double v2, double v3) {
+    char line[kLineCapacity];
+    int n = std::snprintf(line, sizeof line, "    ");
+    const double values[4] = {v0, v1, v2, v3};
+    for (double v : values)
+        n += formatExponent(line + n, sizeof line - static_cast<size_t>(n), v, 12);
+    n += std::snprintf(line + n, sizeof line - static_cast<size_t>(n), "\r\n");
+    return writeLine(file, line, n);
+}
+
+// Signal-in-space accuracy index to metres.
+double sisaMetres(unsigned index) {
+    if (index <= 49) return index * 0.01;
+    if (index <= 74) return 0.5 + (index - 50) * 0.02;
+    if (index <= 99) return 1.0 + (index - 75) * 0.04;
+    if (index <= 125) return 2.0 + (index - 100) * 0.16;
+    return -1.0;
+}
+
+// The Galileo logs carry no week: take the frame's, moved by one week when toc lies
+// more than half a week away from the frame time.
+qint64 galileoWeek(const decoding::LogHeader& header, double toc) {
+    qint64 week = header.week;
+    const double difference = toc - header.milliseconds / 1000.0;
+    if (difference > 302400.0)
+        --week;
+    else if (difference < -302400.0)
+        ++week;
+    return week;
+}
+
+struct GalileoRecord {
+    unsigned satellite;
+    qint64 week;
+    double toc;
+    double af0, af1, af2;
+    double iodNav, crs, deltaN, m0;
+    double cuc, eccentricity, cus, sqrtA;
+    double toe, cic, omega0, cis;
+    double i0, crc, omega, omegaDot;
+    double iDot, dataSources;
+    double sisa, health, bgdE5aE1, bgdE5bE1;
+    double transmission;
+};
+
+struct BeidouRecord {
+    unsigned satellite;
+    qint64 week;
+    double toc;
+    double a0, a1, a2;
+    double aode, crs, deltaN, m0;
+    double cuc, eccentricity, cus, sqrtA;
+    double toe, cic, omega0, cis;
+    double i0, crc, omega, omegaDot;
+    double iDot;
+    double accuracy, health, tgd1, tgd2;
+    double transmission, aodc;
+};
+
+qint64 writeGalileoRecord(QIODevice* file, QMap<quint32, double>& lastToe, const GalileoRecord& r) {
+    if (!isOpen(file)) return 0;
+    const auto last = lastToe.constFind(r.satellite);
+    if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
+    const Calendar c = gpsCalendar(r.week, roundedMilliseconds(r.toc));
+    qint64 bytes = writeFirstLine(file, 'E', static_cast<int>(r.satellite), c, r.af0, r.af1, r.af2);
+    bytes += writeOrbitLine(file, r.iodNav, r.crs, r.deltaN, r.m0);
+    bytes += writeOrbitLine(file, r.cuc, r.eccentricity, r.cus, r.sqrtA);
+    bytes += writeOrbitLine(file, r.toe, r.cic, r.omega0, r.cis);
+    bytes += writeOrbitLine(file, r.i0, r.crc, r.omega, r.omegaDot);
+    bytes += writeOrbitLine(file, r.iDot, r.dataSources, static_cast<double>(r.week), kNoValue);
+    bytes += writeOrbitLine(file, r.sisa, r.health, r.bgdE5aE1, r.bgdE5bE1);
+    bytes += writeOrbitLine(file, r.transmission, kNoValue, kNoValue, kNoValue);
+    lastToe.insert(r.satellite, r.toe);
+    return bytes;
+}
+
+qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const BeidouRecord& r) {
+    if (!isOpen(file)) return 0;
+    const auto last = lastToe.constFind(r.satellite);
+    if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
+    // BeiDou week 0 is GPS week 1356: this gives the calendar of BeiDou time.
+    const Calendar c = gpsCalendar(r.week + 1356, roundedMilliseconds(r.toc));
+    qint64 bytes = writeFirstLine(file, 'C', static_cast<int>(r.satellite), c, r.a0, r.a1, r.a2);
+    bytes += writeOrbitLine(file, r.aode, r.crs, r.deltaN, r.m0);
+    bytes += writeOrbitLine(file, r.cuc, r.eccentricity, r.cus, r.sqrtA);
+    bytes += writeOrbitLine(file, r.toe, r.cic, r.omega0, r.cis);
+    bytes += writeOrbitLine(file, r.i0, r.crc, r.omega, r.omegaDot);
+    bytes += writeOrbitLine(file, r.iDot, kNoValue, static_cast<double>(r.week), kNoValue);
+    bytes += writeOrbitLine(file, r.accuracy, r.health, r.tgd1, r.tgd2);
+    bytes += writeOrbitLine(file, r.transmission, r.aodc, kNoValue, kNoValue);
+    lastToe.insert(r.satellite, r.toe);
+    return bytes;
+}
+
+unsigned beidouNumber(uint32_t satellite) {
+    return satellite >= 161 ? satellite - 160 : satellite;
+}
+
+bool sameIonosphere(const IonoUtcSlot& a, const IonoUtcSlot& b) {
+    for (int i = 0; i < 4; ++i) {
+        if (a.alpha[i] != b.alpha[i] || a.beta[i] != b.beta[i]) return false;
+    }
+    return true;
+}
+
+qint64 writeIonosphereLine(QIODevice* file, const char* label, const double values[4]) {
+    char line[kLineCapacity];
+    int n = std::snprintf(line, sizeof line, "%s ", label);
+    for (int i = 0; i < 4; ++i)
+        n += formatExponent(line + n, sizeof line - static_cast<size_t>(n), values[i], 5);
+    n += std::snprintf(line + n, sizeof line - static_cast<size_t>(n), "       IONOSPHERIC CORR\r\n");
+    return writeLine(file, line, n);
+}
+
+void writeIonosphereHeader(QIODevice* file, const char* alphaLabel, const char* betaLabel,
+                           const char* timeSystem, const IonoUtcSlot& first, const IonoUtcSlot& latest) {
+    if (!first.valid) return;
+    writeIonosphereLine(file, alphaLabel, first.alpha);
+    writeIonosphereLine(file, betaLabel, first.beta);
+    char line[kLineCapacity];
+    const int n =
+        std::snprintf(line, sizeof line, "%6d%6d%6d%6d%s%33s%-20s\r\n", first.leapSeconds,
+                      first.leapSecondsFuture, first.week, first.day, timeSystem, "", "LEAP SECONDS");
+    writeLine(file, line, n);
+    if (latest.valid && !sameIonosphere(first, latest)) {
+        writeIonosphereLine(file, alphaLabel, latest.alpha);
+        writeIonosphereLine(file, betaLabel, latest.beta);
+    }
+}
+
+} // namespace
+
+qint64 reserveNavigationHeader(QIODevice* file, const char* systemText) {
+    if (!isOpen(file)) return 0;
+    char line[kLineCapacity];
+    qint64 bytes = 0;
+    file->seek(0);
+    for (int i = 0; i < 8; ++i) {
+        const int n = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "COMMENT");
+        bytes += writeLine(file, line, n);
+    }
+    int n = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "END OF HEADER");
+    bytes += writeLine(file, line, n);
+    const qint64 end = file->pos();
+    file->seek(40);
+    n = std::snprintf(line, sizeof line, "%s", systemText != nullptr ? systemText : "");
+    bytes += writeLine(file, line, n);
+    file->seek(end);
+    return bytes;
+}
+
+bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInfo& info) {
+    if (!isOpen(file) || file->size() < 246) return false;
+    file->seek(0);
+
+    char line[kLineCapacity];
+    int n = std::snprintf(line, sizeof line, "     3.%02d%11s%-20s%-20s%-20s\r\n", info.minorVersion, "",
+                          "N: GNSS NAV DATA", "M", "RINEX VERSION / TYPE");
+    writeLine(file, line, n);
+
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const QDate date = now.date();
+    const QTime time = now.time();
+    n = std::snprintf(line, sizeof line, "%-20s%-20s%04d%02d%02d %02d%02d%02d UTC %-20s\r\n",
+                      info.program.constData(), info.runBy.constData(), date.year(), date.month(), date.day(),
+                      time.hour(), time.minute(), time.second(), "PGM / RUN BY / DATE");
+    writeLine(file, line, n);
+
+    switch (kind) {
+    case 'N':
+        writeIonosphereHeader(file, "GPSA", "GPSB", "GPS", info.first, info.latest);
+        break;
+    case 'C':
+        writeIonosphereHeader(file, "BDSA", "BDSB", "BDS", info.beidouFirst, info.beidouLatest);
+        break;
+    case 'G':
+        if (info.leapSeconds != 99) {
+            n = std::snprintf(line, sizeof line, "%6d%54s%-20s\r\n", -info.leapSeconds, "", "LEAP SECONDS");
+            writeLine(file, line, n);
+        }
+        break;
+    default:
+        break;
+    }
+
+    n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", kConverterVersion, "COMMENT");
+    writeLine(file, line, n);
+    file->seek(file->size());
+    return true;
+}
+
+void NavigationWriter::reset() {
+    gpsToe_.clear();
+    glonassTime_.clear();
+    galileoToe_.clear();
+    beidouToe_.clear();
+}
+
+qint64 NavigationWriter::writeGps(QIODevice* file, const decoding::GpsEphemeris& eph) {
+    if (!isOpen(file)) return 0;
+    const auto last = gpsToe_.constFind(eph.satellite);
+    if (last != gpsToe_.constEnd() && last.value() == eph.toe) return 0;
+    // Subframes of two different uploads: the record would mix two ephemerides.
+    if (eph.iode1 != eph.iode2) return 0;
+
+    const Calendar c = gpsCalendar(eph.week, roundedMilliseconds(eph.toe));
+    qint64 bytes = writeFirstLine(file, 'G', static_cast<int>(eph.satellite), c, eph.af0, eph.af1, eph.af2);
+    bytes += writeOrbitLine(file, eph.iode1, eph.crs, eph.deltaN, eph.m0);
+    bytes += writeOrbitLine(file, eph.cuc, eph.eccentricity, eph.cus, std::sqrt(eph.a));
+    bytes += writeOrbitLine(file, eph.toe, eph.cic, eph.omega0, eph.cis);
+    bytes += writeOrbitLine(file, eph.i0, eph.crc, eph.omega, eph.omegaDot);
+    bytes += writeOrbitLine(file, eph.iDot, 0.0, eph.week, 0.0);
+    bytes += writeOrbitLine(file, std::sqrt(eph.uraVariance), eph.health, eph.tgd, eph.iodc);
+    bytes += writeOrbitLine(file, eph.tow, 4.0, kNoValue, kNoValue);
+    gpsToe_.insert(eph.satellite, eph.toe);
+    return bytes;
+}
+
+qint64 NavigationWriter::writeGlonass(QIODevice* file, const decoding::GlonassEphemeris& eph,
+                                      qint32& leapSeconds) {
+    if (!isOpen(file)) return 0;
+    const auto last = glonassTime_.constFind(eph.slot);
+    if (last != glonassTime_.constEnd() && last.value() == eph.referenceTime) return 0;
+
+    // GLONASS time runs 3 h ahead of UTC; the offset to GPS time holds the leap seconds.
+    if (leapSeconds == 99 && eph.timeOffset >= 10702 && eph.timeOffset <= 10799)
+        leapSeconds = static_cast<qint32>(eph.timeOffset) - 10800;
+
+    const Calendar c = gpsCalendar(eph.week, static_cast<qint64>(eph.referenceTime) + leapSeconds * 1000LL);
+    // The leap seconds go into the millisecond count unscaled here: kept as the
+    // converter always wrote it.
+    const uint32_t day = (static_cast<uint32_t>(leapSeconds) + eph.referenceTime) / 86400000u;
+    const double frameTime = day * 86400.0 + eph.tk - 10800.0;
+
+    qint64 bytes =
+        writeFirstLine(file, 'R', static_cast<int>(eph.slot) - 37, c, -eph.tauN, eph.gammaN, frameTime);
+    bytes += writeOrbitLine(file, eph.x * 0.001, eph.vx * 0.001, eph.ax * 0.001, eph.health);
+    bytes += writeOrbitLine(file, eph.y * 0.001, eph.vy * 0.001, eph.ay * 0.001,
+                            static_cast<int>(eph.frequency) - 7);
+    bytes += writeOrbitLine(file, eph.z * 0.001, eph.vz * 0.001, eph.az * 0.001, eph.ageOfData);
+    glonassTime_.insert(eph.slot, eph.referenceTime);
+    return bytes;
+}
+
+qint64 NavigationWriter::writeBd2(QIODevice* file, const decoding::Bd2Ephemeris& eph) {
+    BeidouRecord r;
+    r.satellite = beidouNumber(eph.satellite);
+    r.week = eph.week;
+    r.toc = eph.toc;
+    r.a0 = eph.a0;
+    r.a1 = eph.a1;
+    r.a2 = eph.a2;
+    r.aode = eph.aode;
+    r.crs = eph.crs;
+    r.deltaN = eph.deltaN;
+    r.m0 = eph.m0;
+    r.cuc = eph.cuc;
+    r.eccentricity = eph.eccentricity;
+    r.cus = eph.cus;
+    r.sqrtA = std::sqrt(eph.a);
+    r.toe = eph.toe;
+    r.cic = eph.cic;
+    r.omega0 = eph.omega0;
+    r.cis = eph.cis;
+    r.i0 = eph.i0;
+    r.crc = eph.crc;
+    r.omega = eph.omega;
+    r.omegaDot = eph.omegaDot;
+    r.iDot = eph.iDot;
+    r.accuracy = std::sqrt(eph.uraVariance);
+    r.health = eph.health;
+    r.tgd1 = eph.tgd1;
+    r.tgd2 = eph.tgd2;
+    r.transmission = eph.tow;
+    r.aodc = eph.aodc;
+    return writeBeidouRecord(file, beidouToe_, r);
+}
+
+qint64 NavigationWriter::writeBeidou(QIODevice* file, const decoding::BeidouEphemeris& eph) {
+    BeidouRecord r;
+    r.satellite = beidouNumber(eph.satellite);
+    r.week = eph.week;
+    r.toc = eph.toc;
+    r.a0 = eph.a0;
+    r.a1 = eph.a1;
+    r.a2 = eph.a2;
+    r.aode = eph.aode;
+    r.crs = eph.crs;
+    r.deltaN = eph.deltaN;
+    r.m0 = eph.m0;
+    r.cuc = eph.cuc;
+    r.eccentricity = eph.eccentricity;
+    r.cus = eph.cus;
+    r.sqrtA = eph.sqrtA;
+    r.toe = eph.toe;
+    r.cic = eph.cic;
+    r.omega0 = eph.omega0;
+    r.cis = eph.cis;
+    r.i0 = eph.i0;
+    r.crc = eph.crc;
+    r.omega = eph.omega;
+    r.omegaDot = eph.omegaDot;
+    r.iDot = eph.iDot;
+    r.accuracy = eph.ura;
+    r.health = eph.health;
+    r.tgd1 = eph.tgd1;
+    r.tgd2 = eph.tgd2;
+    // BeiDou time runs 14 s behind GPS time.
+    double transmission = eph.header.milliseconds / 1000.0 - 14.0;
+    if (transmission < 0) transmission += 604800.0;
+    r.transmission = transmission;
+    r.aodc = eph.aodc;
+    return writeBeidouRecord(file, beidouToe_, r);
+}
+
+qint64 NavigationWriter::writeGalileo(QIODevice* file, const decoding::GalileoEphemeris& eph) {
+    const bool inav = eph.inavReceived != 0;
+    GalileoRecord r;
+    r.satellite = eph.satellite;
+    r.toc = inav ? eph.inavToc : eph.fnavToc;
+    r.week = galileoWeek(eph.header, r.toc);
+    r.af0 = inav ? eph.inavAf0 : eph.fnavAf0;
+    r.af1 = inav ? eph.inavAf1 : eph.fnavAf1;
+    r.af2 = inav ? eph.inavAf2 : eph.fnavAf2;
+    r.iodNav = eph.iodNav;
+    r.crs = eph.crs;
+    r.deltaN = eph.deltaN;
+    r.m0 = eph.m0;
+    r.cuc = eph.cuc;
+    r.eccentricity = eph.eccentricity;
+    r.cus = eph.cus;
+    r.sqrtA = eph.sqrtA;
+    r.toe = eph.toe;
+    r.cic = eph.cic;
+    r.omega0 = eph.omega0;
+    r.cis = eph.cis;
+    r.i0 = eph.i0;
+    r.crc = eph.crc;
+    r.omega = eph.omega;
+    r.omegaDot = eph.omegaDot;
+    r.iDot = eph.iDot;
+    r.dataSources = inav ? 517.0 : 258.0;
+    r.sisa = sisaMetres(eph.sisaIndex);
+    r.health = eph.e1bDvs | eph.e1bHealth << 1 | eph.e5aDvs << 3 | eph.e5aHealth << 4 | eph.e5bDvs << 6 |
+               eph.e5bHealth << 7;
+    r.bgdE5aE1 = eph.bgdE5aE1;
+    r.bgdE5bE1 = eph.bgdE5bE1;
+    r.transmission = eph.header.milliseconds / 1000.0;
+    return writeGalileoRecord(file, galileoToe_, r);
+}
+
+qint64 NavigationWriter::writeGalileoInav(QIODevice* file, const decoding::GalileoInavEphemeris& eph) {
+    GalileoRecord r;
+    r.satellite = eph.satellite;
+    r.toc = eph.toc;
+    r.week = galileoWeek(eph.header, r.toc);
+    r.af0 = eph.af0;
+    r.af1 = eph.af1;
+    r.af2 = eph.af2;
+    r.iodNav = eph.iodNav;
+    r.crs = eph.crs;
+    r.deltaN = eph.deltaN;
+    r.m0 = eph.m0;
+    r.cuc = eph.cuc;
+    r.eccentricity = eph.eccentricity;
+    r.cus = eph.cus;
+    r.sqrtA = eph.sqrtA;
+    r.toe = eph.toe;
+    r.cic = eph.cic;
+    r.omega0 = eph.omega0;
+    r.cis = eph.cis;
+    r.i0 = eph.i0;
+    r.crc = eph.crc;
+    r.omega = eph.omega;
+    r.omegaDot = eph.omegaDot;
+    r.iDot = eph.iDot;
+    r.dataSources = 517.0;
+    r.sisa = sisaMetres(eph.sisaIndex);
+    r.health = eph.e1bDvs | eph.e1bHealth << 1 | eph.e5bDvs << 6 | eph.e5bHealth << 7;
+    r.bgdE5aE1 = eph.bgdE5aE1;
+    r.bgdE5bE1 = eph.bgdE5bE1;
+    r.transmission = eph.header.milliseconds / 1000.0;
+    return writeGalileoRecord(file, galileoToe_, r);
+}
+
+qint64 NavigationWriter::writeGalileoFnav(QIODevice* file, const decoding::GalileoFnavEphemeris& eph) {
+    GalileoRecord r;
+    r.satellite = eph.satellite;
+    r.toc = eph.toc;
+    r.week = galileoWeek(eph.header, r.toc);
+    r.af0 = eph.af0;
+    r.af1 = eph.af1;
+    r.af2 = eph.af2;
+    r.iodNav = eph.iodNav;
+    r.crs = eph.crs;
+    r.deltaN = eph.deltaN;
+    r.m0 = eph.m0;
+    r.cuc = eph.cuc;
+    r.eccentricity = eph.eccentricity;
+    r.cus = eph.cus;
+    r.sqrtA = eph.sqrtA;
+    r.toe = eph.toe;
+    r.cic = eph.cic;
+    r.omega0 = eph.omega0;
+    r.cis = eph.cis;
+    r.i0 = eph.i0;
+    r.crc = eph.crc;
+    r.omega = eph.omega;
+    r.omegaDot = eph.omegaDot;
+    r.iDot = eph.iDot;
+    r.dataSources = 258.0;
+    r.sisa = sisaMetres(eph.sisaIndex);
+    r.health = eph.e5aDvs << 3 | eph.e5aHealth << 4;
+    r.bgdE5aE1 = eph.bgdE5aE1;
+    r.bgdE5bE1 = 0.0; // F/NAV carries no E5b group delay
+    r.transmission = eph.header.milliseconds / 1000.0;
+    return writeGalileoRecord(file, galileoToe_, r);
+}
+
+} // namespace rinex

@@ -1,0 +1,215 @@
+// Observation epochs: the epoch line and one line per satellite, written from the work
+// area that one range log filled.
+#include "decoding/range_observation.h"
+#include "decoding/signal_table.h"
+
+#include "rinex/rinex3xx.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+#include "rinex/gps_calendar.h"
+#include "rinex/number_format.h"
+
+namespace {
+
+constexpr int kLineCapacity = 512;
+constexpr int kFieldWidth = 16;
+constexpr int kColumnWidth = 4 * kFieldWidth;
+// Widest line start: system letter and a five-digit satellite number.
+constexpr int kPrefixMax = 6;
+// Columns that fit a line buffer with the prefix and "\r\n"; columns beyond are left out
+// of the line, which reads as missing observations.
+constexpr int kMaxColumns = (kLineCapacity - kPrefixMax - 2 - 1) / kColumnWidth;
+static_assert(kPrefixMax + kMaxColumns * kColumnWidth + 2 < kLineCapacity, "line buffer too small");
+
+constexpr double kFold = 1000000000.0;
+constexpr double kInverseLightSpeed = 3.3356409519815204e-09; // s/m
+
+bool entryLess(const EpochWorkArea::Entry& a, const EpochWorkArea::Entry& b) {
+    if (a.system != b.system) return a.system < b.system;
+    if (a.satellite != b.satellite) return a.satellite < b.satellite;
+    const int c = std::memcmp(a.code, b.code, 2);
+    return c < 0;
+}
+
+// Keeps the value within the 14-character form: one billion is taken off (or added) and
+// flagged with "1" in the loss-of-lock position.
+double fold(double value, char& lossOfLock) {
+    if (value >= kFold) {
+        lossOfLock = '1';
+        return value - kFold;
+    }
+    if (value <= -kFold) {
+        lossOfLock = '1';
+        return value + kFold;
+    }
+    return value;
+}
+
+int signalStrengthDigit(float cn0) {
+    const long digit = std::lround(double(cn0) / 6.0);
+    return int(std::min(9L, std::max(1L, digit)));
+}
+
+} // namespace
+
+void EpochWorkArea::add(const decoding::RangeObservation& obs) {
+    if (obs.systemInfo == nullptr || obs.signalInfo == nullptr || obs.signalInfo->rinexCode == nullptr)
+        return;
+    Entry e;
+    e.system = obs.systemInfo->letter;
+    e.satellite = obs.satellite;
+    e.code[0] = obs.signalInfo->rinexCode[0];
+    e.code[1] = e.code[0] != '\0' ? obs.signalInfo->rinexCode[1] : '\0';
+    e.code[2] = '\0';
+    e.glonassFrequency = obs.glonassFrequency;
+    e.pseudorange = obs.pseudorange;
+    e.carrierPhase = obs.carrierPhase;
+    e.doppler = float(obs.doppler);
+    e.cn0 = float(obs.cn0);
+    e.phaseValid = obs.phaseLocked != 0;
+    e.phaseLock = obs.parityKnown != 0;
+    e.pseudorangeValid = obs.codeLocked != 0;
+    e.systemInfo = obs.systemInfo;
+    e.signalInfo = obs.signalInfo;
+    // Sorted insertion after equal keys keeps the decoder's order for duplicates.
+    entries.insert(std::upper_bound(entries.begin(), entries.end(), e, entryLess), e);
+}
+
+double Rinex3xx::glonassBias(const char* code) const {
+    for (const CodeBias& bias : codeBiases_)
+        if (bias.code[0] == code[0] && bias.code[1] == code[1]) return bias.metres;
+    return 0.0;
+}
+
+int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
+                                  const EpochWorkArea::Entry* last) {
+    // Look the system up once per satellite; a new system starts an empty column list.
+    QList<SignalColumn>& columns = signalMap_[first->system];
+
+    const EpochWorkArea::Entry* placed[kMaxColumns] = {};
+    int usedColumns = 0;
+    for (const EpochWorkArea::Entry* e = first; e != last; ++e) {
+        int column = -1;
+        for (const SignalColumn& c : columns) {
+            if (c.code[0] == e->code[0] && c.code[1] == e->code[1] && c.column >= 0) {
+                column = c.column;
+                break;
+            }
+        }
+        if (column < 0) {
+            column = columns.size();
+            SignalColumn added{{e->code[0], e->code[1], '\0'}, column, e->signalInfo->quarterCycles};
+            columns.append(added);
+        }
+        if (column < kMaxColumns) {
+            placed[column] = e;
+            usedColumns = std::max(usedColumns, column + 1);
+        }
+    }
+
+    int n = std::snprintf(line, kPrefixMax + 1, "%c%02d", first->system, int(first->satellite));
+    char* p = line + n;
+    for (int column = 0; column < usedColumns; ++column) {
+        const EpochWorkArea::Entry* e = placed[column];
+        if (e == nullptr) {
+            std::memset(p, ' ', kColumnWidth);
+            p += kColumnWidth;
+            continue;
+        }
+
+        // Pseudorange.
+        if (e->pseudorangeValid) {
+            char lli = ' ';
+            rinex::formatFixed14(p, fold(e->pseudorange, lli));
+            p[14] = lli;
+            p[15] = ' ';
+        } else {
+            std::memset(p, ' ', kFieldWidth);
+        }
+        p += kFieldWidth;
+
+        // Carrier phase, with the board's sign turned to the RINEX one.
+        char lli = ' ';
+        double phase = fold(-e->carrierPhase, lli);
+        if (!e->phaseLock) lli = '1';
+        if (e->signalInfo->quarterCycles != 0) phase += e->signalInfo->quarterCycles * 0.25;
+        if (e->system == 'R') {
+            glonassSlots_.insert(e->satellite, e->glonassFrequency);
+            const double bias = glonassBias(e->code);
+            if (bias != 0.0) {
+                const double f =
+                    decoding::glonassAdjustedFrequency(e->signalInfo->frequency, e->glonassFrequency);
+                phase += f * bias * kInverseLightSpeed;
+            }
+        }
+        if (e->phaseValid) {
+            rinex::formatFixed14(p, phase);
+            p[14] = lli;
+            p[15] = char('0' + signalStrengthDigit(e->cn0));
+        } else {
+            std::memset(p, ' ', kFieldWidth);
+        }
+        p += kFieldWidth;
+
+        // Doppler, then signal strength.
+        rinex::formatFixed14(p, double(e->doppler));
+        p[14] = ' ';
+        p[15] = ' ';
+        p += kFieldWidth;
+        rinex::formatFixed14(p, double(e->cn0));
+        p[14] = ' ';
+        p[15] = ' ';
+        p += kFieldWidth;
+    }
+
+    while (p > line && p[-1] == ' ')
+        --p;
+    *p++ = '\r';
+    *p++ = '\n';
+    return int(p - line);
+}
+
+qint64 Rinex3xx::writeEpoch() {
+    const qint64 t = rinex::gpsMilliseconds(epoch_.week, epoch_.milliseconds);
+    if (t != lastEpoch_) {
+        if (firstEpoch_ == 0) firstEpoch_ = t;
+        if (lastEpoch_ != 0) {
+            const qint64 d = t - lastEpoch_;
+            if (d > 0 && (interval_ == 0 || d < interval_)) interval_ = qint32(d);
+        }
+        lastEpoch_ = t;
+    }
+
+    const auto& entries = epoch_.entries;
+    int satellites = 0;
+    for (size_t i = 0; i < entries.size(); ++i)
+        if (i == 0 || entries[i].system != entries[i - 1].system ||
+            entries[i].satellite != entries[i - 1].satellite)
+            ++satellites;
+
+    QFile& file = files_[FileObservation];
+    const rinex::CalendarTime c = rinex::calendarFromMilliseconds(t);
+    char line[kLineCapacity];
+    const int n = std::snprintf(
+        line, sizeof line, "> %04d %02d %02d %02d %02d %2d.%03d0000  0%3d       0.000000000000\r\n", c.year,
+        c.month, c.day, c.hour, c.minute, int(epoch_.milliseconds / 1000 % 60),
+        int(epoch_.milliseconds % 1000), satellites);
+    qint64 written = writeLine(file, line, std::min(n, int(sizeof line) - 1));
+
+    size_t begin = 0;
+    while (begin < entries.size()) {
+        size_t end = begin + 1;
+        while (end < entries.size() && entries[end].system == entries[begin].system &&
+               entries[end].satellite == entries[begin].satellite)
+            ++end;
+        const int length = formatSatelliteLine(line, entries.data() + begin, entries.data() + end);
+        written += writeLine(file, line, length);
+        begin = end;
+    }
+    ++epochsWritten_;
+    return written;
+}

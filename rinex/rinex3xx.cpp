@@ -1,0 +1,461 @@
+// Decoding headers come before any Qt header: the signal table has a member whose name
+// is one of Qt's keyword macros.
+#include "decoding/beidou_ephemeris.h"
+#include "decoding/galileo_ephemeris.h"
+#include "decoding/glonass_ephemeris.h"
+#include "decoding/gps_ephemeris.h"
+#include "decoding/range_decoders.h"
+
+#include "rinex/rinex3xx.h"
+
+#include <cstdio>
+
+#include "rinex/c_numeric_locale.h"
+
+namespace {
+
+// The marker types that the marker setter accepts, in their customary order.
+const char* const kMarkerTypes[] = {
+    "GEODETIC",   "NON_GEODETIC",  "NON_PHYSICAL", "SPACEBORNE", "GROUND_CRAFT", "WATER_CRAFT", "AIRBORNE",
+    "FIXED_BUOY", "FLOATING_BUOY", "FLOATING_ICE", "GLACIER",    "BALLISTIC",    "ANIMAL",      "HUMAN"};
+
+bool isMarkerType(const QByteArray& type) {
+    for (const char* name : kMarkerTypes)
+        if (type == name) return true;
+    return false;
+}
+
+constexpr int kReservedCommentLines = 64;
+
+// The five output files, in opening order, with the last letter of each name.
+constexpr char kFileLetters[] = {'O', 'C', 'L', 'N', 'G'};
+// System text stamped at byte 40 of each navigation file's reservation.
+const char* const kNavigationSystemText[] = {nullptr, "C: BDS", "E: GALILEO", "G: GPS", "R: GLONASS"};
+
+rinex::IonoUtcSlot slotFrom(const decoding::IonoUtcParameters& record) {
+    rinex::IonoUtcSlot slot;
+    slot.valid = true;
+    for (int i = 0; i < 4; ++i) {
+        slot.alpha[i] = record.alpha[i];
+        slot.beta[i] = record.beta[i];
+    }
+    slot.leapSeconds = qint32(record.leapSeconds);
+    slot.leapSecondsFuture = qint32(record.leapSecondsFuture);
+    slot.week = qint32(record.leapWeek);
+    slot.day = qint32(record.leapDay);
+    return slot;
+}
+
+} // namespace
+
+Rinex3xx::Rinex3xx(QObject* parent) : QObject(parent) {
+    epoch_.writer = this;
+    // Room for a full sky of multi-frequency signals, so steady state never reallocates.
+    epoch_.entries.reserve(512);
+}
+
+Rinex3xx::~Rinex3xx() {
+    if (open_) close();
+}
+
+bool Rinex3xx::setVersion(int minor) {
+    if (open_ || minor < 2 || minor > 4) return false;
+    minorVersion_ = minor;
+    return true;
+}
+
+bool Rinex3xx::setVersion(const QByteArray& text) {
+    if (open_ || text.size() != 4 || !text.startsWith("3.")) return false;
+    bool ok = false;
+    const int minor = text.mid(2).toInt(&ok, 10);
+    if (!ok) return false;
+    return setVersion(minor);
+}
+
+bool Rinex3xx::setProgram(const QByteArray& program, const QByteArray& runBy) {
+    if (open_) return false;
+    program_ = program.left(20);
+    runBy_ = runBy.left(20);
+    return true;
+}
+
+bool Rinex3xx::setMarker(const QByteArray& name, const QByteArray& number, const QByteArray& type) {
+    if (open_ || !isMarkerType(type)) return false;
+    markerName_ = name.left(60);
+    markerNumber_ = number;
+    // A long number pushes the name to the 20-byte form; the number itself stays whole.
+    if (number.size() > 19) markerName_ = markerName_.left(20);
+    markerType_ = type;
+    return true;
+}
+
+bool Rinex3xx::setObserver(const QByteArray& observer, const QByteArray& agency) {
+    if (open_) return false;
+    observer_ = observer.left(20);
+    agency_ = agency.left(40);
+    return true;
+}
+
+bool Rinex3xx::setReceiver(const QByteArray& number, const QByteArray& type, const QByteArray& version) {
+    if (open_) return false;
+    receiverNumber_ = number.left(20);
+    receiverType_ = type.left(20);
+    receiverVersion_ = version.left(20);
+    return true;
+}
+
+bool Rinex3xx::setAntenna(const QByteArray& number, const QByteArray& type) {
+    if (open_) return false;
+    antennaNumber_ = number.left(20);
+    antennaType_ = type.left(20);
+    return true;
+}
+
+bool Rinex3xx::setAntennaDelta(double h, double e, double n) {
+    auto inside = [](double v) { return v > -1000.0 && v < 1000.0; };
+    if (open_ || !inside(h) || !inside(e) || !inside(n)) return false;
+    antennaDeltaH_ = h;
+    antennaDeltaE_ = e;
+    antennaDeltaN_ = n;
+    return true;
+}
+
+bool Rinex3xx::setAntennaHeight(double height) {
+    if (open_ || !(height >= -1000.0 && height <= 1000.0)) return false;
+    antennaHeight_ = height;
+    return true;
+}
+
+bool Rinex3xx::setApproxPosition(double latitude, double longitude, double height) {
+    if (open_ || !(latitude >= -90.0 && latitude <= 90.0) || !(longitude >= -180.0 && longitude <= 360.0))
+        return false;
+    userLatitude_ = latitude;
+    userLongitude_ = longitude;
+    userHeight_ = height;
+    return true;
+}
+
+bool Rinex3xx::setSignalSearchMode(quint32 mode) {
+    if (open_) return false;
+    signalSearchMode_ = mode;
+    return true;
+}
+
+bool Rinex3xx::setPpkMode(int mode) {
+    if (open_ || mode < 1 || mode > 3) return false;
+    ppkMode_ = mode;
+    return true;
+}
+
+bool Rinex3xx::setPresetSignals(const QMap<char, QList<QByteArray>>& signalCodes) {
+    if (open_) return false;
+    SignalMap preset;
+    for (auto it = signalCodes.cbegin(); it != signalCodes.cend(); ++it) {
+        QList<SignalColumn>& columns = preset[it.key()];
+        for (const QByteArray& code : it.value()) {
+            if (code.size() != 2) continue; // a column needs a band digit and an attribute
+            bool known = false;
+            for (const SignalColumn& c : columns)
+                known = known || (c.code[0] == code[0] && c.code[1] == code[1]);
+            if (known) continue;
+            SignalColumn column{{code[0], code[1], 0}, columns.size(), 0};
+            columns.append(column);
+        }
+    }
+    presetSignals_ = preset;
+    return true;
+}
+
+bool Rinex3xx::setGlonassCodeBiases(const QMap<QByteArray, double>& biases) {
+    if (open_) return false;
+    glonassCodeBiases_ = biases;
+    return true;
+}
+
+bool Rinex3xx::setComments(const QList<QByteArray>& comments) {
+    if (open_) return false;
+    QList<QByteArray> lines;
+    for (const QByteArray& comment : comments)
+        lines.append(comment.left(60).leftJustified(60, ' ') + "COMMENT             \r\n");
+    comments_ = lines;
+    return true;
+}
+
+QStringList Rinex3xx::outputFileNames() const {
+    QStringList names;
+    for (const QFile& file : files_)
+        names << file.fileName();
+    return names;
+}
+
+qint64 Rinex3xx::open(const QString& path) {
+    if (open_ || path.isEmpty()) return 0;
+
+    // Per-conversion state; the marker-in-progress flag survives on purpose.
+    epoch_.clear();
+    firstEpoch_ = 0;
+    lastEpoch_ = 0;
+    interval_ = 0;
+    epochsWritten_ = 0;
+    firstLatitude_ = firstLongitude_ = firstHeight_ = 0;
+    haveTime_ = false;
+    time_ = decoding::TimeSolution{};
+    haveUtc_ = false;
+    firstUtc_ = decoding::IonoUtcParameters{};
+    latestUtc_ = decoding::IonoUtcParameters{};
+    leapSeconds_ = 99;
+    glonassSlots_.clear();
+    signalMap_ = presetSignals_;
+    signalMap_.detach(); // the epoch writer changes it; detach now, not on the first epoch
+    navigation_.reset();
+    writeError_.clear();
+    codeBiases_.clear();
+    for (auto it = glonassCodeBiases_.cbegin(); it != glonassCodeBiases_.cend(); ++it)
+        if (it.key().size() == 2 && it.value() != 0.0)
+            codeBiases_.push_back(CodeBias{{it.key()[0], it.key()[1]}, it.value()});
+
+    const QString base = path.left(path.size() - 1);
+    for (int i = 0; i < FileCount; ++i)
+        files_[i].setFileName(base + QLatin1Char(kFileLetters[i]));
+    for (const QFile& file : files_)
+        if (file.exists()) return 0;
+
+    for (QFile& file : files_) {
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+            for (QFile& f : files_)
+                f.close();
+            return 0;
+        }
+    }
+
+    qint64 total = 0;
+    char line[96];
+    QFile& obs = files_[FileObservation];
+    const int n = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "COMMENT");
+    for (int i = 0; i < kReservedCommentLines; ++i)
+        total += writeLine(obs, line, n);
+    const int end = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "END OF HEADER");
+    total += writeLine(obs, line, end);
+
+    for (int i = FileBeidou; i < FileCount; ++i) {
+        total += rinex::reserveNavigationHeader(&files_[i], kNavigationSystemText[i]);
+        checkDevice(files_[i]);
+    }
+
+    open_ = true;
+    return total;
+}
+
+void Rinex3xx::close() {
+    if (!open_) return;
+    rinex::CNumericLocale numericLocale;
+
+    if (files_[FileObservation].isOpen()) writeObservationHeader();
+
+    rinex::NavigationHeaderInfo info;
+    info.minorVersion = minorVersion_;
+    info.program = program_;
+    info.runBy = runBy_;
+    if (haveUtc_) {
+        info.first = slotFrom(firstUtc_);
+        info.latest = slotFrom(latestUtc_);
+    }
+    info.leapSeconds = leapSeconds_;
+    for (int i = FileBeidou; i < FileCount; ++i) {
+        if (!files_[i].isOpen()) continue;
+        rinex::writeNavigationHeader(&files_[i], kFileLetters[i], info);
+        checkDevice(files_[i]);
+    }
+
+    for (QFile& file : files_) {
+        if (!file.isOpen()) continue;
+        // Buffered writes fail late: a full disk shows up only when the buffer is flushed.
+        if (!file.flush()) recordWriteError(file);
+        file.close();
+    }
+    signalMap_.clear();
+    glonassSlots_.clear();
+    epoch_.clear();
+    open_ = false;
+}
+
+qint64 Rinex3xx::handleFrame(const uint8_t* frame, quint32 length) {
+    if (!open_ || frame == nullptr) return 0;
+    decoding::LogHeader header{};
+    if (decoding::readLogHeader(frame, length, header) != 0) return 0;
+
+    switch (header.messageId) {
+    case decoding::LogRange:
+    case decoding::LogRangeCmp:
+    case decoding::LogRangeCmp2:
+        return handleObservationLog(frame, header);
+    case decoding::LogTime: {
+        decoding::TimeSolution record{};
+        if (decoding::decodeTime(frame, header, record) == 0 && !haveTime_ && record.utcStatus != 0) {
+            time_ = record;
+            haveTime_ = true;
+        }
+        return 0;
+    }
+    case decoding::LogPsrPos: {
+        decoding::PositionSolution record{};
+        if (decoding::decodePsrPos(frame, header, record) == 0 && firstLatitude_ == 0.0 &&
+            record.solutionStatus == 0 && record.positionType != 0) {
+            firstLatitude_ = record.latitude;
+            firstLongitude_ = record.longitude;
+            firstHeight_ = record.height + double(record.undulation);
+        }
+        return 0;
+    }
+    case decoding::LogIonUtcU:
+    case decoding::LogIonUtc:
+    case decoding::LogBd2IonUtc: {
+        decoding::IonoUtcParameters record{};
+        if (decoding::decodeIonoUtc(frame, header, record) != 0) return 0;
+        if (!haveUtc_) {
+            firstUtc_ = record;
+            haveUtc_ = true;
+        }
+        latestUtc_ = record;
+        return 0;
+    }
+    case decoding::LogGpsEphem:
+    case decoding::LogGloEphemeris:
+    case decoding::LogBd2Ephem:
+    case decoding::LogBdsEphemeris:
+    case decoding::LogGalEphemeris:
+    case decoding::LogGalInavEphemeris:
+    case decoding::LogGalFnavEphemeris:
+        return handleNavigationLog(frame, header);
+    default:
+        return 0;
+    }
+}
+
+qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHeader& header) {
+    rinex::CNumericLocale numericLocale; // the records are printed with a decimal point
+    qint64 written = 0;
+    int file = -1;
+    switch (header.messageId) {
+    case decoding::LogGpsEphem: {
+        decoding::GpsEphemeris eph{};
+        if (decoding::decodeGpsEphemeris(frame, header, eph) != 0) return 0;
+        file = FileGps;
+        written = navigation_.writeGps(&files_[file], eph);
+        break;
+    }
+    case decoding::LogGloEphemeris: {
+        decoding::GlonassEphemeris eph{};
+        if (decoding::decodeGlonassEphemeris(frame, header, eph) != 0) return 0;
+        file = FileGlonass;
+        written = navigation_.writeGlonass(&files_[file], eph, leapSeconds_);
+        break;
+    }
+    case decoding::LogBd2Ephem: {
+        decoding::Bd2Ephemeris eph{};
+        if (decoding::decodeBd2Ephemeris(frame, header, eph) != 0) return 0;
+        file = FileBeidou;
+        written = navigation_.writeBd2(&files_[file], eph);
+        break;
+    }
+    case decoding::LogBdsEphemeris: {
+        decoding::BeidouEphemeris eph{};
+        if (decoding::decodeBeidouEphemeris(frame, header, eph) != 0) return 0;
+        file = FileBeidou;
+        written = navigation_.writeBeidou(&files_[file], eph);
+        break;
+    }
+    case decoding::LogGalEphemeris: {
+        decoding::GalileoEphemeris eph{};
+        if (decoding::decodeGalileoEphemeris(frame, header, eph) != 0) return 0;
+        file = FileGalileo;
+        written = navigation_.writeGalileo(&files_[file], eph);
+        break;
+    }
+    case decoding::LogGalInavEphemeris: {
+        decoding::GalileoInavEphemeris eph{};
+        if (decoding::decodeGalileoInavEphemeris(frame, header, eph) != 0) return 0;
+        file = FileGalileo;
+        written = navigation_.writeGalileoInav(&files_[file], eph);
+        break;
+    }
+    case decoding::LogGalFnavEphemeris: {
+        decoding::GalileoFnavEphemeris eph{};
+        if (decoding::decodeGalileoFnavEphemeris(frame, header, eph) != 0) return 0;
+        file = FileGalileo;
+        written = navigation_.writeGalileoFnav(&files_[file], eph);
+        break;
+    }
+    default:
+        return 0;
+    }
+    checkDevice(files_[file]);
+    return written;
+}
+
+qint64 Rinex3xx::handleObservationLog(const uint8_t* frame, const decoding::LogHeader& header) {
+    epoch_.clear();
+    decoding::RangeCursor cursor{};
+    decoding::RangeObservation obs{};
+    bool ok = false;
+
+    switch (header.messageId) {
+    case decoding::LogRange:
+        if (decoding::openRange(frame, header, cursor, signalSearchMode_) == 0) {
+            for (int32_t i = 0; i < cursor.count; ++i)
+                if (decoding::decodeRange(cursor, i, &obs) == 0) epoch_.add(obs);
+            ok = true;
+        }
+        break;
+    case decoding::LogRangeCmp:
+        if (decoding::openRangeCmp(frame, header, cursor, signalSearchMode_) == 0) {
+            // An unknown signal drops that observation only.
+            for (int32_t i = 0; i < cursor.count; ++i)
+                if (decoding::decodeRangeCmp(cursor, i, &obs) == 0) epoch_.add(obs);
+            ok = true;
+        }
+        break;
+    case decoding::LogRangeCmp2:
+        if (decoding::openRangeCmp2(frame, header, cursor, signalSearchMode_) == 0) {
+            // Bounded walk: a damaged block must not keep the decoder looping.
+            int result = decoding::RangeCmp2Record;
+            int calls = 0;
+            for (; calls < 1000; ++calls) {
+                result = decoding::nextRangeCmp2(cursor, &obs);
+                if (result == decoding::RangeCmp2Record)
+                    epoch_.add(obs);
+                else if (result == decoding::RangeCmp2End || result < 0)
+                    break;
+            }
+            ok = result == decoding::RangeCmp2End || calls == 1000;
+        }
+        break;
+    default:
+        break;
+    }
+
+    if (!ok) {
+        epoch_.clear();
+        return 0;
+    }
+    epoch_.week = qint16(header.week);
+    epoch_.milliseconds = header.milliseconds;
+
+    if (ppkMode_ == 1 || (ppkMode_ == 3 && !markerInProgress_)) return writeEpoch();
+    return 0;
+}
+
+void Rinex3xx::recordWriteError(const QFile& file) {
+    if (writeError_.isEmpty()) writeError_ = QStringLiteral("write failed, %1").arg(file.fileName());
+}
+
+void Rinex3xx::checkDevice(QFile& file) {
+    if (file.error() != QFileDevice::NoError) recordWriteError(file);
+}
+
+qint64 Rinex3xx::writeLine(QFile& file, const char* data, qint64 length) {
+    if (length <= 0) return 0;
+    const qint64 written = file.write(data, length);
+    if (written != length) recordWriteError(file);
+    return written > 0 ? written : 0;
+}

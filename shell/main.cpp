@@ -1,0 +1,19 @@
+#include <QApplication>
+
+#include "shell/main_window.h"
+
+// Build markers kept as text in the program, so that a binary tells its version and build.
+__attribute__((used)) static const char Fmw3_Elf_Version[] = "Fmw3_Elf_Version[" VELMOOR_VERSION_TAG "]";
+__attribute__((used)) static const char Fmw3_Elf_BuildTime[] =
+    "Fmw3_Elf_BuildTime[" __DATE__ " " __TIME__ "]";
+
+int main(int argc, char* argv[]) {
+    // The two names key the settings store.
+    QCoreApplication::setOrganizationName(QStringLiteral("kq"));
+    QCoreApplication::setApplicationName(QStringLiteral("Velmoor"));
+    QApplication::setStyle(QStringLiteral("Fusion"));
+    QApplication app(argc, argv);
+    MainWindow window;
+    window.show();
+    return app.exec();
+}

@@ -1,0 +1,174 @@
+#include "shell/tab_binary_to_rinex3.h"
+
+#include <QDateTime>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSettings>
+#include <QTextEdit>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include "params/config_rows.h"
+#include "params/file_header.h"
+#include "params/widget_tree_param.h"
+#include "shell/thread_binary_to_rinex.h"
+
+namespace {
+
+const QString KeyPathOutput = QStringLiteral("TabBinaryToRinex3-path-output");
+
+// The time-stamped name, in the folder of the last output path when there is one.
+QString proposeOutputPath(QString stored) {
+    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss.yyO"));
+    if (stored.isEmpty()) return stamp;
+    stored.replace('\\', '/');
+    const int slash = stored.lastIndexOf('/');
+    if (slash < 0) return stamp;
+    return stored.left(slash) + '/' + stamp;
+}
+
+} // namespace
+
+TabBinaryToRinex3::SaveFileDialog TabBinaryToRinex3::getSaveFileName =
+    [](QWidget* parent, const QString& caption, const QString& proposal) {
+        return QFileDialog::getSaveFileName(parent, caption, proposal, QString(), nullptr,
+                                            QFileDialog::Options());
+    };
+
+TabBinaryToRinex3::TabBinaryToRinex3(const QString& pathInput, QWidget* parent)
+    : QWidget(parent), pathInput_(pathInput), treeParam_(new WidgetTreeParam()), log_(new QTextEdit()),
+      pbConvert(new QPushButton(QStringLiteral("Convert"))), progressBar_(new QProgressBar()) {
+    pbConvert->setObjectName(QStringLiteral("pbConvert"));
+
+    treeParam_->addSection(SectionInfo, QStringLiteral("File Infomation"));
+    treeParam_->addSection(SectionConfig, QStringLiteral("Configure"));
+    treeParam_->setHeaderLabels(QStringLiteral("Name"), QStringLiteral("Value"));
+    treeParam_->setColumnWidth(0, 220);
+
+    log_->setReadOnly(true);
+    progressBar_->setRange(0, 100);
+    log_->document()->setUndoRedoEnabled(false);
+    log_->hide();
+    QFont font = log_->font();
+    font.setFamily(QStringLiteral("Monospace"));
+    log_->setFont(font);
+
+    auto* vbl = new QVBoxLayout(this);
+    vbl->addWidget(treeParam_);
+    vbl->addWidget(log_);
+    auto* hbl = new QHBoxLayout();
+    hbl->addWidget(progressBar_);
+    hbl->addWidget(pbConvert);
+    vbl->addLayout(hbl);
+
+    readFileHeader();
+
+    connect(pbConvert, &QPushButton::clicked, this, &TabBinaryToRinex3::on_pbConvert_clicked);
+}
+
+TabBinaryToRinex3::~TabBinaryToRinex3() {
+    if (thread_.isRunning()) {
+        emit deleteThreadObject();
+        thread_.quit();
+        if (!thread_.wait(1000)) {
+            thread_.terminate();
+            thread_.wait();
+        }
+    }
+}
+
+void TabBinaryToRinex3::readFileHeader() {
+    const FileHeader header = readHeaderOfFile(pathInput_);
+    if (!header.read) return;
+    for (const HeaderRow& row : header.rows)
+        treeParam_->addReadOnlyItem(SectionInfo, QString(), row.name, row.value);
+    buildConfigSection(header.params);
+}
+
+void TabBinaryToRinex3::buildConfigSection(const ParameterMap& params) {
+    for (const ConfigRow& row : configRows(params)) {
+        switch (row.kind) {
+        case ConfigRow::ReadOnly:
+            treeParam_->addReadOnlyItem(SectionConfig, QString(), row.name, row.value);
+            break;
+        case ConfigRow::Edit:
+            treeParam_->addEditItem(SectionConfig, QString(), row.name, row.value);
+            break;
+        case ConfigRow::Choice:
+            treeParam_->addComboItem(SectionConfig, QString(), row.name, row.value, row.values, row.texts);
+            break;
+        }
+    }
+    treeParam_->expandSection(SectionConfig);
+}
+
+void TabBinaryToRinex3::on_pbConvert_clicked() {
+    // The thread alone tells whether a conversion runs.
+    if (thread_.isRunning()) {
+        log_->append(QStringLiteral("Cancle Convert"));
+        emit deleteThreadObject();
+        thread_.quit();
+        pbConvert->setText(QStringLiteral("Convert"));
+        pbConvert->setEnabled(false);
+        QTimer::singleShot(1000, this, &TabBinaryToRinex3::enablePbConvert);
+        return;
+    }
+
+    QSettings settings;
+    const QString proposal = proposeOutputPath(settings.value(KeyPathOutput).toString());
+    const QString pathOutput = getSaveFileName(this, QStringLiteral("Select Output File"), proposal);
+    if (pathOutput.isEmpty()) return;
+    settings.setValue(KeyPathOutput, pathOutput);
+
+    log_->show();
+    log_->append(QStringLiteral("Start Convert"));
+
+    auto* worker = new ThreadBinaryToRinex();
+    connect(this, &TabBinaryToRinex3::deleteThreadObject, worker, &QObject::deleteLater,
+            Qt::QueuedConnection);
+    connect(this, &TabBinaryToRinex3::startConvert, worker, &ThreadBinaryToRinex::startConvert,
+            Qt::QueuedConnection);
+    connect(worker, &ThreadBinaryToRinex::progress, this, &TabBinaryToRinex3::on_thread_progress,
+            Qt::QueuedConnection);
+    connect(worker, &ThreadBinaryToRinex::finished, this, &TabBinaryToRinex3::on_thread_finished,
+            Qt::QueuedConnection);
+    connect(worker, &ThreadBinaryToRinex::message, this, &TabBinaryToRinex3::on_thread_message,
+            Qt::QueuedConnection);
+    // A quit can overtake the queued deleteLater; the thread's end still destroys the worker
+    // on its own thread, so its writer closes the files with their headers.
+    connect(&thread_, &QThread::finished, worker, &QObject::deleteLater, Qt::DirectConnection);
+
+    ParameterMap options = treeParam_->getParameters(SectionConfig);
+    options[QStringLiteral("Path Output")] = pathOutput;
+    worker->setParameters(options);
+
+    worker->moveToThread(&thread_);
+    thread_.start(QThread::InheritPriority);
+    emit startConvert();
+
+    pbConvert->setText(QStringLiteral("Cancle"));
+}
+
+void TabBinaryToRinex3::enablePbConvert() {
+    pbConvert->setEnabled(true);
+}
+
+void TabBinaryToRinex3::on_thread_progress(int prg) {
+    log_->append(QStringLiteral("Progress %1%").arg(prg));
+    progressBar_->setValue(prg);
+}
+
+void TabBinaryToRinex3::on_thread_message(QString msg) {
+    log_->append(msg);
+}
+
+void TabBinaryToRinex3::on_thread_finished(bool ok, QString msg) {
+    log_->append(QStringLiteral("Convert %1 %2")
+                     .arg(ok ? QStringLiteral("Complete,") : QStringLiteral("Failed!"))
+                     .arg(msg));
+    emit deleteThreadObject();
+    thread_.quit();
+    pbConvert->setText(QStringLiteral("Convert"));
+}

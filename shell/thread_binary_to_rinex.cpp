@@ -1,0 +1,153 @@
+#include "shell/thread_binary_to_rinex.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QTimer>
+
+#include "decoding/log_header.h"
+#include "params/apply_options.h"
+#include "rinex/rinex3xx.h"
+
+namespace {
+
+constexpr int SyncBufferSize = 16384;
+constexpr qint64 ChunkSize = 1048576;
+
+// A failed start: the text travels to the end of startConvert, which reports it.
+struct ConvertFailure {
+    QString text;
+};
+
+} // namespace
+
+ThreadBinaryToRinex::ThreadBinaryToRinex(QObject* parent) : QObject(parent) {
+    syncBuffer_.resize(SyncBufferSize);
+    decoding::init(sync_, reinterpret_cast<uint8_t*>(syncBuffer_.data()), SyncBufferSize, this);
+    decoding::setOnBoardFrame(sync_, &ThreadBinaryToRinex::onBoardFrame);
+    decoding::setOnTextLine(sync_, &ThreadBinaryToRinex::onTextLine);
+    decoding::setOnUnframed(sync_, &ThreadBinaryToRinex::onIgnored);
+    decoding::setOnScrambledFrame(sync_, &ThreadBinaryToRinex::onIgnored);
+}
+
+ThreadBinaryToRinex::~ThreadBinaryToRinex() {
+    // Destroying an open writer closes it, so a cancelled conversion keeps its headers.
+    releaseResources();
+}
+
+void ThreadBinaryToRinex::setParameters(const QMap<QString, QString>& parameters) {
+    parameters_ = parameters;
+}
+
+void ThreadBinaryToRinex::startConvert() {
+    if (timer_ || inputFile_ || writer_) return;
+
+    const QString inputPath = parameters_.value("Path Input");
+    const QString outputPath = parameters_.value("Path Output");
+    try {
+        if (!QFile(inputPath).exists()) throw ConvertFailure{QString("file not exist, %1").arg(inputPath)};
+
+        inputFile_ = new QFile(inputPath);
+        if (!inputFile_->open(QIODevice::ReadOnly))
+            throw ConvertFailure{QString("open file failed, %1").arg(inputPath)};
+
+        writer_ = new Rinex3xx();
+        applyOptions();
+        if (writer_->open(outputPath) == 0)
+            throw ConvertFailure{QString("open file failed, %1").arg(outputPath)};
+
+        emit message(QString("save to %1").arg(writer_->observationFileName()));
+
+        startTime_ = QDateTime::currentMSecsSinceEpoch();
+        lastPercent_ = -1;
+
+        timer_ = new QTimer();
+        connect(timer_, &QTimer::timeout, this, &ThreadBinaryToRinex::on_timer_timeout, Qt::DirectConnection);
+        timer_->start(0);
+    } catch (const ConvertFailure& failure) {
+        releaseResources();
+        emit finished(false, failure.text);
+    }
+}
+
+void ThreadBinaryToRinex::on_timer_timeout() {
+    if (!inputFile_) {
+        if (timer_) timer_->stop();
+        return;
+    }
+    if (!timer_) return;
+    if (!writer_) {
+        timer_->stop();
+        return;
+    }
+
+    QByteArray chunk(int(ChunkSize), Qt::Uninitialized);
+    const qint64 count = inputFile_->read(chunk.data(), ChunkSize);
+    if (count < 0) {
+        // A failing read never reaches the end of the file: stop instead of spinning.
+        const QString text = QString("read file failed, %1").arg(inputFile_->fileName());
+        writer_->close();
+        inTick_ = true;
+        releaseResources();
+        inTick_ = false;
+        emit finished(false, text);
+        return;
+    }
+    if (count > 0)
+        decoding::feed(sync_, reinterpret_cast<const uint8_t*>(chunk.constData()), uint32_t(count));
+
+    // An empty file counts as completely read.
+    const qint64 size = inputFile_->size();
+    const qint64 percent = size > 0 ? inputFile_->pos() * 100 / size : 100;
+    if (qint32(percent) != lastPercent_) {
+        lastPercent_ = qint32(percent);
+        emit progress(lastPercent_);
+    }
+
+    if (!inputFile_->atEnd()) return;
+
+    if (writer_->isOpen()) writer_->close();
+    // A failed write (a full disk) must not pass as a success.
+    const QString writeError = writer_->writeError();
+    inTick_ = true;
+    releaseResources();
+    inTick_ = false;
+    if (!writeError.isEmpty()) {
+        emit finished(false, writeError);
+        return;
+    }
+    const qint32 elapsed = qint32(QDateTime::currentMSecsSinceEpoch() - startTime_);
+    emit finished(true, QString("Cost=%1 ms").arg(elapsed));
+}
+
+void ThreadBinaryToRinex::applyOptions() {
+    ::applyOptions(parameters_, *writer_);
+}
+
+void ThreadBinaryToRinex::releaseResources() {
+    delete inputFile_;
+    inputFile_ = nullptr;
+    if (timer_) {
+        timer_->stop();
+        if (inTick_)
+            timer_->deleteLater();
+        else
+            delete timer_;
+        timer_ = nullptr;
+    }
+    delete writer_;
+    writer_ = nullptr;
+}
+
+void ThreadBinaryToRinex::onBoardFrame(const uint8_t* data, uint32_t length, void* user) {
+    auto* self = static_cast<ThreadBinaryToRinex*>(user);
+    decoding::LogHeader header{};
+    if (self->writer_ && decoding::readLogHeader(data, length, header) == 0)
+        self->writer_->handleFrame(data, length);
+}
+
+void ThreadBinaryToRinex::onTextLine(const uint8_t* data, uint32_t length, void* user) {
+    auto* self = static_cast<ThreadBinaryToRinex*>(user);
+    if (self->writer_) self->writer_->handleTextLine(reinterpret_cast<const char*>(data), length);
+}
+
+void ThreadBinaryToRinex::onIgnored(const uint8_t*, uint32_t, void*) {}

@@ -1,2 +1,0 @@
-// placeholder so the library always has a source
-namespace rinex_input {}
