@@ -136,6 +136,8 @@ void WidgetTreeParam::ItemDelegate::setEditorData(QWidget* editor, const QModelI
             combo->addItem(value, value);
             entry = combo->count() - 1;
         }
+        // Selected before the list opens too, so that the open list highlights the stored value.
+        combo->setCurrentIndex(entry);
         combo->showPopup();
         combo->setCurrentIndex(entry);
         break;

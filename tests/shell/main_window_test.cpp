@@ -31,11 +31,12 @@ QTabWidget* tabsOf(const QMainWindow& window) {
 class MainWindowTest : public ::testing::Test {
 protected:
     void SetUp() override {
+        realDialog = MainWindow::getOpenFileNames;
         ASSERT_TRUE(dir.isValid());
         QSettings().remove(KeyFilePath);
     }
     void TearDown() override {
-        MainWindow::getOpenFileNames = nullptr;
+        MainWindow::getOpenFileNames = realDialog;
         QSettings().remove(KeyFilePath);
     }
 
@@ -46,6 +47,7 @@ protected:
         return path;
     }
 
+    MainWindow::OpenFilesDialog realDialog;
     QTemporaryDir dir;
 };
 

@@ -58,11 +58,12 @@ QString longInput(const QTemporaryDir& dir, int copies) {
 class TabConvert : public ::testing::Test {
 protected:
     void SetUp() override {
+        realDialog = TabBinaryToRinex3::getSaveFileName;
         QSettings().remove(KeyPathOutput);
         ASSERT_TRUE(dir.isValid());
     }
     void TearDown() override {
-        TabBinaryToRinex3::getSaveFileName = nullptr;
+        TabBinaryToRinex3::getSaveFileName = realDialog;
         QSettings().remove(KeyPathOutput);
     }
 
@@ -84,6 +85,7 @@ protected:
         return guitest::waitFor([&] { return logHas(tab, "save to "); }, 10000);
     }
 
+    TabBinaryToRinex3::SaveFileDialog realDialog;
     QTemporaryDir dir;
     int dialogCalls = 0;
     QString askedCaption;

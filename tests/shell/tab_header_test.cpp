@@ -100,7 +100,7 @@ struct Legacy {
     QByteArray start = "08:00:00", end = "09:30:15";
     QByteArray antennaName = "ANT-X1";
     quint8 heightType = 0;
-    quint32 spec[4] = {150, 100, 50, 7};
+    quint32 antennaValues[4] = {150, 100, 50, 7};
     QByteArray appVersion = "2.1.7";
     QByteArray pointName = "PT01";
 };
@@ -121,7 +121,7 @@ QByteArray legacyRecord(const Legacy& l) {
     putText(record, 125, l.antennaName);
     put<quint8>(record, 145, l.heightType);
     for (int i = 0; i < 4; ++i)
-        put<quint32>(record, 147 + 4 * i, l.spec[i]);
+        put<quint32>(record, 147 + 4 * i, l.antennaValues[i]);
     putText(record, 166, l.appVersion);
     putText(record, 181, l.pointName);
     return record;

@@ -1,6 +1,7 @@
 // The parameter tree: sections, the three row kinds, the editors and the stored values.
 #include <memory>
 
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QFontMetrics>
 #include <QLineEdit>
@@ -160,6 +161,8 @@ TEST(WidgetTreeParam, ChoiceWithUnknownCurrentOffersListPlusThatValuePreselected
     EXPECT_EQ(combo->itemText(2), "LOW");
     EXPECT_EQ(combo->itemData(2).toString(), "LOW");
     EXPECT_EQ(combo->currentIndex(), 2);
+    // The list opens with the stored value highlighted.
+    EXPECT_EQ(combo->view()->currentIndex().row(), 2);
     combo->hidePopup();
 }
 

@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Builds the fuzz targets (clang, libFuzzer, AddressSanitizer, UndefinedBehaviorSanitizer)
+# and runs each for SECONDS, one process each, one after another.
+#
+#   fuzz/run.sh [SECONDS] [TARGET...]     default: 60 s, targets stream writer header
+#
+# Build and corpora live in build-fuzz/ (FUZZ_BUILD_DIR overrides): seeds/<target> are made
+# from the bundled sample and the test streams, corpus/<target> keeps what the fuzzer finds
+# across runs, artifacts/<target> receives crashing inputs, logs/<target>.log the output.
+# The saved regression inputs of fuzz/regressions/<target> are replayed first.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+seconds=${1:-60}
+shift || true
+targets=("$@")
+[ ${#targets[@]} -eq 0 ] && targets=(stream writer header)
+build=${FUZZ_BUILD_DIR:-$root/build-fuzz}
+
+cmake -S "$root" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DVELMOOR_FUZZ=ON -DVELMOOR_TESTS=OFF >/dev/null
+build_targets=(fuzz_make_seeds)
+for t in "${targets[@]}"; do build_targets+=("${t}_fuzzer"); done
+cmake --build "$build" -j "${FUZZ_BUILD_JOBS:-2}" --target "${build_targets[@]}"
+
+if [ ! -d "$build/seeds" ]; then
+    mkdir -p "$build/seeds/stream" "$build/seeds/writer" "$build/seeds/header"
+    "$build/fuzz/fuzz_make_seeds" "$build/seeds" "$root/samples/cebr-sample.dat" "$root"/tests/data/streams/*.dat
+fi
+
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+status=0
+for t in "${targets[@]}"; do
+    binary="$build/fuzz/${t}_fuzzer"
+    mkdir -p "$build/corpus/$t" "$build/artifacts/$t" "$build/logs"
+    options=(-artifact_prefix="$build/artifacts/$t/" -print_final_stats=1 -timeout=20 -rss_limit_mb=2048)
+    [ -f "$root/fuzz/$t.dict" ] && options+=(-dict="$root/fuzz/$t.dict")
+    case $t in
+        stream) options+=(-max_len=20000) ;;
+        writer) options+=(-max_len=16384) ;;
+        header) options+=(-max_len=2048) ;;
+    esac
+    regressions=("$root"/fuzz/regressions/"$t"/*)
+    if [ -e "${regressions[0]}" ]; then
+        echo "== $t: replaying ${#regressions[@]} regression inputs"
+        "$binary" "${options[@]}" "${regressions[@]}" >"$build/logs/$t-regressions.log" 2>&1 || {
+            echo "regression input fails, see $build/logs/$t-regressions.log"
+            status=1
+            continue
+        }
+    fi
+    echo "== $t: fuzzing for $seconds s (log: $build/logs/$t.log)"
+    if "$binary" "${options[@]}" -max_total_time="$seconds" "$build/corpus/$t" "$build/seeds/$t" \
+        >"$build/logs/$t.log" 2>&1; then
+        grep -E '^#[0-9]+[[:space:]]+DONE|^stat::number_of_executed_units' "$build/logs/$t.log" || true
+    else
+        echo "$t: finding, see $build/logs/$t.log and $build/artifacts/$t/"
+        tail -n 30 "$build/logs/$t.log"
+        status=1
+    fi
+done
+exit $status

@@ -1,0 +1,193 @@
+// The writer on frames with valid CRCs and hostile bodies, and on text lines.
+#include "targets.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMap>
+#include <QTemporaryDir>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "byte_reader.h"
+#include "decoding/text_sentence.h"
+#include "rinex/rinex3xx.h"
+#include "writer_input.h"
+
+namespace fuzzing {
+namespace {
+
+constexpr qint64 kLine = 82;
+constexpr qint64 kObservationHeaderLines = 65; // 64 reserved lines and END OF HEADER
+constexpr qint64 kNavigationHeaderLines = 9;   // 8 reserved lines and END OF HEADER
+constexpr qint64 kNavigationSystemTexts = 6 + 10 + 6 + 10;
+
+[[noreturn]] void fail(const QString& file, const char* what) {
+    std::fprintf(stderr, "writer target: %s: %s\n", qPrintable(file), what);
+    std::abort();
+}
+
+// One scratch folder per process, in memory when the machine offers it.
+QTemporaryDir& scratch() {
+    static QTemporaryDir dir(QFileInfo("/dev/shm").isWritable()
+                                 ? QStringLiteral("/dev/shm/velmoor-fuzz-XXXXXX")
+                                 : QDir::tempPath() + "/velmoor-fuzz-XXXXXX");
+    return dir;
+}
+
+// Fields of the structured "$PPK" sentences: no separators, no checksum marker.
+std::string field(ByteReader& in) {
+    std::string text = in.text(in.u8() % 24);
+    for (char& c : text)
+        if (c == ',' || c == '*' || c == '\0' || c == '\n' || c == '\r') c = '_';
+    return text;
+}
+
+std::string withChecksum(const std::string& sentence) {
+    char buffer[1100];
+    if (sentence.size() > 1000) return sentence;
+    std::memcpy(buffer, sentence.data(), sentence.size());
+    const int n = decoding::appendNmeaChecksum(buffer, int(sentence.size()), int(sizeof buffer));
+    return std::string(buffer, sentence.size() + size_t(n > 0 ? n : 0));
+}
+
+qint64 sendLine(Rinex3xx& writer, std::string line) {
+    // The synchroniser hands lines over NUL-terminated.
+    return writer.handleTextLine(line.c_str(), quint32(line.size()));
+}
+
+struct Epoch {
+    uint16_t week = 0;
+    uint32_t milliseconds = 0;
+};
+
+qint64 markerSentence(Rinex3xx& writer, ByteReader& in, const Epoch& last) {
+    const uint8_t kind = in.u8() % 3;
+    const std::string ids = std::to_string(in.u8()) + "," + std::to_string(in.u8());
+    if (kind == 0) {
+        const std::string name = field(in);
+        const std::string number = field(in);
+        const double height = int16_t(in.u16()) / 1000.0;
+        const double x = int32_t(in.u32()) / 1000.0, y = int32_t(in.u32()) / 1000.0,
+                     z = int32_t(in.u32()) / 1000.0;
+        char numbers[256];
+        std::snprintf(numbers, sizeof numbers, ",0,0,%.4f,0,0,0,%.4f,%.4f,%.4f", height, x, y, z);
+        return sendLine(writer,
+                        withChecksum("$PPK,MARKER-BEGIN," + ids + ",0," + name + "," + number + numbers));
+    }
+    if (kind == 1) {
+        const uint16_t sample = in.u16();
+        Epoch at = last;
+        if (in.u8() & 1) {
+            at.week = in.u16();
+            at.milliseconds = in.u32();
+        }
+        char time[64];
+        std::snprintf(time, sizeof time, ",%u,%u,%u.%03u", unsigned(sample), unsigned(at.week),
+                      unsigned(at.milliseconds / 1000), unsigned(at.milliseconds % 1000));
+        return sendLine(writer, withChecksum("$PPK,MARKER-SAMPLE," + ids + time));
+    }
+    return sendLine(writer, withChecksum("$PPK,MARKER-END," + ids));
+}
+
+void applyOptions(Rinex3xx& writer, ByteReader& in) {
+    const uint8_t options = in.u8();
+    writer.setPpkMode(1 + (options & 3) % 3);
+    writer.setVersion(2 + ((options >> 2) & 3) % 3);
+    writer.setSignalSearchMode(options & 0x10 ? 2 : 0);
+    if (options & 0x20) {
+        const double latitude = in.f64(), longitude = in.f64(), height = in.f64();
+        writer.setApproxPosition(latitude, longitude, height);
+    }
+    if (options & 0x40) writer.setAntennaHeight(in.f64());
+    if (options & 0x80) writer.setGlonassCodeBiases({{"1C", 1.25}, {"2C", -3.5}, {"2P", 0.5}});
+}
+
+// Lines of a header region: each exactly 80 characters and "\r\n".
+void checkHeaderLines(const QString& name, const QByteArray& bytes, qint64 lines) {
+    if (bytes.size() < lines * kLine) fail(name, "shorter than its header reservation");
+    for (qint64 i = 0; i < lines; ++i) {
+        const char* line = bytes.constData() + i * kLine;
+        if (line[80] != '\r' || line[81] != '\n') fail(name, "header line not 80 characters");
+        for (int c = 0; c < 80; ++c)
+            if (line[c] == '\r' || line[c] == '\n' || line[c] == '\0')
+                fail(name, "line break inside a header line");
+    }
+    if (!bytes.mid(0, 80).endsWith("RINEX VERSION / TYPE"))
+        fail(name, "header does not start with the version line");
+    const QByteArray end = QByteArray(60, ' ') + "END OF HEADER       \r\n";
+    if (bytes.mid(int((lines - 1) * kLine), int(kLine)) != end) fail(name, "END OF HEADER line missing");
+}
+
+// Every line ends in "\r\n", the last one included.
+void checkLineEnds(const QString& name, const QByteArray& bytes) {
+    if (!bytes.endsWith("\r\n")) fail(name, "does not end in \\r\\n");
+    for (int i = bytes.indexOf('\n'); i >= 0; i = bytes.indexOf('\n', i + 1))
+        if (i == 0 || bytes.at(i - 1) != '\r') fail(name, "line ends in a bare \\n");
+}
+
+} // namespace
+
+void runWriter(const uint8_t* data, size_t size) {
+    if (!scratch().isValid()) fail(scratch().path(), "no scratch folder");
+    ByteReader in(data, size);
+    auto writer = std::make_unique<Rinex3xx>();
+    applyOptions(*writer, in);
+
+    qint64 reported = writer->open(scratch().filePath("fuzz.00_"));
+    if (reported <= 0) fail(scratch().filePath("fuzz.00_"), "open failed");
+
+    Epoch last;
+    while (!in.empty()) {
+        const uint8_t op = in.u8();
+        if (op < kTextOp) {
+            const uint16_t id = kLogIds[op % kLogIdCount];
+            const uint8_t shape = in.u8();
+            const uint8_t headerLength = shape < kShapeFreeHeader ? kUsualHeaderLength : in.u8();
+            const uint16_t week = in.u16();
+            const uint32_t milliseconds = in.u32();
+            const uint8_t timeStatus = in.u8();
+            size_t bodySize = 0;
+            const uint8_t* body = in.bytes(in.u16(), bodySize);
+            const std::vector<uint8_t> frame =
+                buildFrame(id, headerLength, week, milliseconds, timeStatus, body, bodySize);
+            if (id == 43 || id == 140 || id == 1273) last = Epoch{week, milliseconds};
+            const qint64 n = writer->handleFrame(frame.data(), quint32(frame.size()));
+            if (n < 0) fail("frame", "negative byte count");
+            reported += n;
+        } else if (op < kPpkOp) {
+            reported += sendLine(*writer, in.text(in.u16()) + "\n");
+        } else if (op < kMarkerOp) {
+            reported += sendLine(*writer, withChecksum("$PPK," + in.text(in.u16())));
+        } else {
+            reported += markerSentence(*writer, in, last);
+        }
+    }
+
+    const QStringList files = writer->outputFileNames();
+    writer->close();
+    if (!writer->writeError().isEmpty()) fail(writer->writeError(), "write error");
+    writer.reset();
+
+    // The headers are written over their reservations, so the files hold exactly the bytes
+    // that open and the handlers reported, less the system texts that open wrote over the
+    // blanks of the navigation reservations ("C: BDS", "E: GALILEO", "G: GPS", "R: GLONASS").
+    qint64 total = 0;
+    for (int i = 0; i < files.size(); ++i) {
+        QFile file(files[i]);
+        if (!file.open(QIODevice::ReadOnly)) fail(files[i], "missing after close");
+        const QByteArray bytes = file.readAll();
+        file.close();
+        total += bytes.size();
+        checkHeaderLines(files[i], bytes, i == 0 ? kObservationHeaderLines : kNavigationHeaderLines);
+        checkLineEnds(files[i], bytes);
+        QFile::remove(files[i]);
+    }
+    if (total != reported - kNavigationSystemTexts)
+        fail(files.value(0), "file sizes differ from the bytes reported");
+}
+
+} // namespace fuzzing
