@@ -1,8 +1,16 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the command-line converter and converts the bundled sample
-# data file into out/. Build directory: $BUILD_DIR, else build.
+# data file into out/. With --gui, builds the desktop application and opens the sample in it.
+# Build directory: $BUILD_DIR, else build.
 set -euo pipefail
 cd "$(dirname "$0")"
+
+gui=0
+case "${1:-}" in
+    --gui) gui=1 ;;
+    "") ;;
+    *) echo "usage: ./run.sh [--gui]" >&2; exit 2 ;;
+esac
 
 echo "== installing missing packages (if any)"
 ./scripts/install-deps.sh
@@ -10,6 +18,12 @@ echo "== installing missing packages (if any)"
 build=${BUILD_DIR:-build}
 echo "== configuring in $build"
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+if [ $gui = 1 ]; then
+    echo "== building velmoor"
+    cmake --build "$build" --target velmoor -j "$(nproc)"
+    exec "$build/shell/velmoor" samples/cebr-sample.dat
+fi
+
 echo "== building velmoor-convert"
 cmake --build "$build" --target velmoor-convert -j "$(nproc)"
 
