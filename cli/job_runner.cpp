@@ -1,6 +1,7 @@
 #include "cli/job_runner.h"
 
 #include <QFile>
+#include <cstring>
 
 #include "cli/progress_output.h"
 #include "shell/thread_binary_to_rinex.h"
@@ -11,11 +12,34 @@ qint64 countObservationEpochs(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) return -1;
     // Epoch lines start with ">" and carry their flag in column 32; flags 2 to 5 are events.
+    // The file can be gigabytes: it is scanned in large blocks, and only the first and the
+    // 32nd byte of each line (newline included) are looked at.
+    constexpr qint64 kBlock = 1 << 20;
+    QByteArray block(int(kBlock), Qt::Uninitialized);
     qint64 epochs = 0;
-    while (!file.atEnd()) {
-        const QByteArray line = file.readLine();
-        if (line.size() > 31 && line.at(0) == '>' && (line.at(31) == '0' || line.at(31) == '1')) ++epochs;
+    qint64 column = 0; // bytes of the current line seen so far
+    char first = 0, flag = 0;
+    auto endLine = [&]() {
+        if (column > 31 && first == '>' && (flag == '0' || flag == '1')) ++epochs;
+        column = 0;
+    };
+    for (;;) {
+        const qint64 n = file.read(block.data(), kBlock);
+        if (n <= 0) break;
+        const char* p = block.constData();
+        const char* const end = p + n;
+        while (p < end) {
+            const char* newline = static_cast<const char*>(std::memchr(p, '\n', size_t(end - p)));
+            const char* const stop = newline ? newline + 1 : end;
+            const qint64 length = stop - p;
+            if (column == 0) first = p[0];
+            if (column <= 31 && column + length > 31) flag = p[31 - column];
+            column += length;
+            if (newline) endLine();
+            p = stop;
+        }
     }
+    if (column > 0) endLine();
     return epochs;
 }
 

@@ -1,5 +1,6 @@
 #include "decoding/stream_sync.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "decoding/byte_order.h"
@@ -131,6 +132,16 @@ bool startFrame(StreamSync& s, uint32_t k, Collector collector) {
     return true;
 }
 
+// Collectors that, once `expected` is known and while their callback is set, return
+// continue until count reaches it and look at nothing else: for them the bytes before the
+// last can be taken in bulk.
+bool collectsToKnownLength(const StreamSync& s) {
+    const Collector c = s.handler;
+    return (c == collectBoard && s.onBoardFrame) || (c == collectBoardShort && s.onBoardShortFrame) ||
+           (c == collectRtcm3 && s.onRtcm3Frame) || (c == collectUbx && s.onUbxFrame) ||
+           (c == collectScrambled && s.onScrambledFrame);
+}
+
 void hunt(StreamSync& s) {
     if (s.onTextLine && s.buffer[s.count - 1] == 0x0A) {
         s.buffer[s.count] = 0;
@@ -210,6 +221,24 @@ void feed(StreamSync& sync, const uint8_t* bytes, uint32_t n) {
     StreamSync& s = sync;
     if (!s.buffer || s.capacity < 2) return; // no room for a byte and the text line's 0
     for (uint32_t i = 0; i < n; ++i) {
+        // Inside a frame of known length every byte but the last only extends the frame:
+        // copy those at once. Stops short of the buffer's last free byte, so the overflow
+        // path below sees the same bytes it would see one at a time.
+        if (s.handler && s.expected != 0 && s.count < s.expected && s.count + 1 < s.capacity &&
+            collectsToKnownLength(s)) {
+            uint32_t k = s.expected - s.count - 1;
+            k = std::min(k, n - i);
+            k = std::min(k, s.capacity - 1 - s.count);
+            if (k > 0) {
+                std::memcpy(s.buffer + s.count, bytes + i, k);
+                for (uint32_t j = k > 4 ? k - 4 : 0; j < k; ++j)
+                    s.shift = (s.shift << 8) | bytes[i + j];
+                s.count += k;
+                s.totalBytes += k;
+                i += k;
+                if (i == n) break;
+            }
+        }
         const uint8_t b = bytes[i];
         // One byte stays free for the 0 written after a text line.
         if (s.count < s.capacity - 1) {

@@ -1,7 +1,14 @@
-// libFuzzer entry point of the stream target.
+// libFuzzer entry point of the stream target: a broken invariant is a crash.
+#include <cstdio>
+#include <cstdlib>
+
 #include "targets.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    fuzzing::runStream(data, size);
+    const std::string broken = fuzzing::runStream(data, size);
+    if (!broken.empty()) {
+        std::fprintf(stderr, "stream target: %s\n", broken.c_str());
+        std::abort();
+    }
     return 0;
 }

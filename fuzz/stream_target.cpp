@@ -2,8 +2,6 @@
 #include "targets.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "decoding/beidou_ephemeris.h"
@@ -23,8 +21,7 @@ namespace fuzzing {
 namespace {
 
 [[noreturn]] void fail(const char* what) {
-    std::fprintf(stderr, "stream target: %s\n", what);
-    std::abort();
+    throw Broken{what};
 }
 
 // Values are folded into a sink so that the decoding cannot be optimised away.
@@ -137,8 +134,8 @@ void onBytes(const uint8_t* data, uint32_t length, void*) {
 
 } // namespace
 
-void runStream(const uint8_t* data, size_t size) {
-    if (size == 0) return;
+std::string runStream(const uint8_t* data, size_t size) try {
+    if (size == 0) return {};
     // The first byte picks the buffer size and how the rest is cut into feeds.
     static const uint32_t kCapacities[] = {16384, 16384, 64, 1024};
     const uint8_t mode = data[0];
@@ -177,6 +174,9 @@ void runStream(const uint8_t* data, size_t size) {
     if (size <= UINT32_MAX && decoding::readLogHeader(data, uint32_t(size), header) == 0)
         decodeAll(data, header);
     sink = sink + decoding::crc24q(0, data, uint32_t(size)) + decoding::ubxChecksum(0, data, uint32_t(size));
+    return {};
+} catch (const Broken& broken) {
+    return broken.what;
 }
 
 } // namespace fuzzing

@@ -1,21 +1,27 @@
 #pragma once
 // The fuzz targets as plain functions: the libFuzzer entry points call them, and the
-// regression test replays the saved inputs through them. Each aborts with a message on
-// stderr when an output breaks one of its invariants.
+// regression test replays the saved inputs through them. Each returns an empty text when
+// the run kept every invariant that it checks, else what broke.
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace fuzzing {
 
 // The synchroniser with every framing enabled, then every log decoder on each board frame
 // it delivers and on the input itself read as one frame.
-void runStream(const uint8_t* data, size_t size);
+std::string runStream(const uint8_t* data, size_t size);
 
 // A writer opened on a scratch folder, given frames with valid CRCs and text lines built
 // from the input (see writer_input.h), then closed; its five files are checked and removed.
-void runWriter(const uint8_t* data, size_t size);
+std::string runWriter(const uint8_t* data, size_t size);
 
 // Both file-header parsers on the input, then the options they give applied to a writer.
-void runHeader(const uint8_t* data, size_t size);
+std::string runHeader(const uint8_t* data, size_t size);
+
+// A broken invariant, thrown from deep inside a run and returned by the run's function.
+struct Broken {
+    std::string what;
+};
 
 } // namespace fuzzing

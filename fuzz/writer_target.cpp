@@ -7,8 +7,8 @@
 #include <QFileInfo>
 #include <QMap>
 #include <QTemporaryDir>
+#include <cctype>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 
@@ -25,9 +25,8 @@ constexpr qint64 kObservationHeaderLines = 65; // 64 reserved lines and END OF H
 constexpr qint64 kNavigationHeaderLines = 9;   // 8 reserved lines and END OF HEADER
 constexpr qint64 kNavigationSystemTexts = 6 + 10 + 6 + 10;
 
-[[noreturn]] void fail(const QString& file, const char* what) {
-    std::fprintf(stderr, "writer target: %s: %s\n", qPrintable(file), what);
-    std::abort();
+[[noreturn]] void fail(const QString& file, const std::string& what) {
+    throw Broken{file.toStdString() + ": " + what};
 }
 
 // One scratch folder per process, in memory when the machine offers it.
@@ -106,20 +105,25 @@ void applyOptions(Rinex3xx& writer, ByteReader& in) {
     if (options & 0x80) writer.setGlonassCodeBiases({{"1C", 1.25}, {"2C", -3.5}, {"2P", 0.5}});
 }
 
-// Lines of a header region: each exactly 80 characters and "\r\n".
-void checkHeaderLines(const QString& name, const QByteArray& bytes, qint64 lines) {
+// The header region: lines of at most 80 characters, each ending in "\r\n", starting with
+// the version line and ending with the reserved END OF HEADER line. (Lines may be shorter:
+// the ionosphere lines are 76 characters, which leaves a short blank line behind them.)
+void checkHeader(const QString& name, const QByteArray& bytes, qint64 lines) {
     if (bytes.size() < lines * kLine) fail(name, "shorter than its header reservation");
-    for (qint64 i = 0; i < lines; ++i) {
-        const char* line = bytes.constData() + i * kLine;
-        if (line[80] != '\r' || line[81] != '\n') fail(name, "header line not 80 characters");
-        for (int c = 0; c < 80; ++c)
-            if (line[c] == '\r' || line[c] == '\n' || line[c] == '\0')
-                fail(name, "line break inside a header line");
+    const QByteArray header = bytes.left(int(lines * kLine));
+    int start = 0;
+    while (start < header.size()) {
+        const int end = header.indexOf("\r\n", start);
+        if (end < 0) fail(name, "header region ends inside a line");
+        if (end - start > 80)
+            fail(name,
+                 "header line longer than 80 characters: " + header.mid(start, end - start).toStdString());
+        start = end + 2;
     }
-    if (!bytes.mid(0, 80).endsWith("RINEX VERSION / TYPE"))
+    if (!header.left(80).endsWith("RINEX VERSION / TYPE"))
         fail(name, "header does not start with the version line");
     const QByteArray end = QByteArray(60, ' ') + "END OF HEADER       \r\n";
-    if (bytes.mid(int((lines - 1) * kLine), int(kLine)) != end) fail(name, "END OF HEADER line missing");
+    if (!header.endsWith(end)) fail(name, "END OF HEADER line missing");
 }
 
 // Every line ends in "\r\n", the last one included.
@@ -129,9 +133,26 @@ void checkLineEnds(const QString& name, const QByteArray& bytes) {
         if (i == 0 || bytes.at(i - 1) != '\r') fail(name, "line ends in a bare \\n");
 }
 
+// Observation records after the header: satellite lines start with a system letter and a
+// two-digit number; epoch and event lines, and the header lines of an event, hold at most
+// 80 characters.
+void checkObservationBody(const QString& name, const QByteArray& bytes) {
+    int start = int(kObservationHeaderLines * kLine);
+    while (start < bytes.size()) {
+        const int end = bytes.indexOf("\r\n", start);
+        if (end < 0) return; // reported by checkLineEnds
+        const QByteArray line = bytes.mid(start, end - start);
+        const bool satellite = line.size() >= 3 && QByteArray("GRECSJI").contains(line.at(0)) &&
+                               std::isdigit(uchar(line.at(1))) && std::isdigit(uchar(line.at(2)));
+        if (!satellite && line.size() > 80)
+            fail(name, "record line longer than 80 characters: " + line.toStdString());
+        start = end + 2;
+    }
+}
+
 } // namespace
 
-void runWriter(const uint8_t* data, size_t size) {
+std::string runWriter(const uint8_t* data, size_t size) try {
     if (!scratch().isValid()) fail(scratch().path(), "no scratch folder");
     ByteReader in(data, size);
     auto writer = std::make_unique<Rinex3xx>();
@@ -182,12 +203,16 @@ void runWriter(const uint8_t* data, size_t size) {
         const QByteArray bytes = file.readAll();
         file.close();
         total += bytes.size();
-        checkHeaderLines(files[i], bytes, i == 0 ? kObservationHeaderLines : kNavigationHeaderLines);
+        checkHeader(files[i], bytes, i == 0 ? kObservationHeaderLines : kNavigationHeaderLines);
         checkLineEnds(files[i], bytes);
+        if (i == 0) checkObservationBody(files[i], bytes);
         QFile::remove(files[i]);
     }
     if (total != reported - kNavigationSystemTexts)
         fail(files.value(0), "file sizes differ from the bytes reported");
+    return {};
+} catch (const Broken& broken) {
+    return broken.what;
 }
 
 } // namespace fuzzing

@@ -7,11 +7,6 @@ const QStringList ParameterNames = {
     "Antenna Spec", "Antenna Height", "Height Type",
 };
 
-const QList<QByteArray> MarkerTypeNames = {
-    "GEODETIC",   "NON_GEODETIC",  "NON_PHYSICAL", "SPACEBORNE", "GROUND_CRAFT", "WATER_CRAFT", "AIRBORNE",
-    "FIXED_BUOY", "FLOATING_BUOY", "FLOATING_ICE", "GLACIER",    "BALLISTIC",    "ANIMAL",      "HUMAN",
-};
-
 // "BUTTOM" is the stored spelling and is matched again when the options are applied.
 const QStringList HeightTypeNames = {"PHASE", "SLOPE", "VERTICAL", "EXTEND", "BUTTOM"};
 

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include "rinex/marker_types.h" // MarkerTypeNames
+
 // Parameter display name -> text value: header values and conversion options.
 using ParameterMap = QMap<QString, QString>;
 // The "config" section's stored values plus "Path Output".
@@ -13,8 +15,6 @@ using ConvertOptions = ParameterMap;
 
 // "Path Input" ... "Height Type", in order (21 names).
 extern const QStringList ParameterNames;
-// "GEODETIC" first (14 names); the writer accepts only these.
-extern const QList<QByteArray> MarkerTypeNames;
 // "PHASE", "SLOPE", "VERTICAL", "EXTEND", "BUTTOM" (spelled so), indexed by the legacy byte.
 extern const QStringList HeightTypeNames;
 

@@ -186,7 +186,10 @@ qint64 writeIonosphereLine(QIODevice* file, const char* label, const double valu
     int n = std::snprintf(line, sizeof line, "%s ", label);
     for (int i = 0; i < 4; ++i)
         n += formatExponent(line + n, sizeof line - static_cast<size_t>(n), values[i], 5);
-    n += std::snprintf(line + n, sizeof line - static_cast<size_t>(n), "       IONOSPHERIC CORR\r\n");
+    // The label is padded to its 20 columns like every other header label, so the line
+    // covers exactly one reserved line and leaves no fragment of the reservation behind.
+    n +=
+        std::snprintf(line + n, sizeof line - static_cast<size_t>(n), "       %-20s\r\n", "IONOSPHERIC CORR");
     return writeLine(file, line, n);
 }
 
@@ -195,11 +198,15 @@ void writeIonosphereHeader(QIODevice* file, const char* alphaLabel, const char* 
     if (!first.valid) return;
     writeIonosphereLine(file, alphaLabel, first.alpha);
     writeIonosphereLine(file, betaLabel, first.beta);
-    char line[kLineCapacity];
-    const int n =
-        std::snprintf(line, sizeof line, "%6d%6d%6d%6d%s%33s%-20s\r\n", first.leapSeconds,
-                      first.leapSecondsFuture, first.week, first.day, timeSystem, "", "LEAP SECONDS");
-    writeLine(file, line, n);
+    // Values from the stream that do not fit their six-character fields leave the line out.
+    const auto fits = [](qint32 v) { return v >= -99999 && v <= 999999; };
+    if (fits(first.leapSeconds) && fits(first.leapSecondsFuture) && fits(first.week) && fits(first.day)) {
+        char line[kLineCapacity];
+        const int n =
+            std::snprintf(line, sizeof line, "%6d%6d%6d%6d%s%33s%-20s\r\n", first.leapSeconds,
+                          first.leapSecondsFuture, first.week, first.day, timeSystem, "", "LEAP SECONDS");
+        writeLine(file, line, n);
+    }
     if (latest.valid && !sameIonosphere(first, latest)) {
         writeIonosphereLine(file, alphaLabel, latest.alpha);
         writeIonosphereLine(file, betaLabel, latest.beta);

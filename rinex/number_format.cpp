@@ -55,6 +55,14 @@ int formatExponent(char* out, size_t capacity, double value, int decimals) {
             --exponent;
         }
     }
+    // Beyond two exponent digits (or not a number) the value has no form of this width: it
+    // is left blank like a missing value, so that the line keeps its columns.
+    if (!(mantissa < 1.0)) {
+        const int n = width < static_cast<int>(capacity) ? width : static_cast<int>(capacity) - 1;
+        std::memset(out, ' ', static_cast<size_t>(n));
+        out[n] = 0;
+        return n;
+    }
     const int written = std::snprintf(out, capacity, format, sign, mantissa, exponent < 0 ? '-' : '+',
                                       exponent < 0 ? -exponent : exponent);
     if (written < 0) {

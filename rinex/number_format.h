@@ -13,8 +13,9 @@ void formatFixed14(char* out, double value);
 // Navigation exponent form "%c%.<decimals>fD%c%02d": sign character ("-" or blank),
 // mantissa 0.ddd with 0.1 <= |m| < 1, "D", exponent sign, two exponent digits. Width 19 with
 // 12 decimals for records, 12 with 5 for ionosphere values. The value 1e300 (no value) is
-// written as width blanks. A negative zero keeps its minus sign. Returns the characters
-// written (excluding the terminating 0).
+// written as width blanks, and so is a value that is not finite or whose magnitude needs
+// more than two exponent digits (1e99 and above). A negative zero keeps its minus sign. Returns the
+// characters written (excluding the terminating 0).
 int formatExponent(char* out, size_t capacity, double value, int decimals);
 
 constexpr double kNoValue = 1e300;

@@ -59,6 +59,8 @@ int signalStrengthDigit(float cn0) {
 void EpochWorkArea::add(const decoding::RangeObservation& obs) {
     if (obs.systemInfo == nullptr || obs.signalInfo == nullptr || obs.signalInfo->rinexCode == nullptr)
         return;
+    // RINEX numbers satellites with two digits: a larger number is damaged data.
+    if (obs.satellite > 99) return;
     Entry e;
     e.system = obs.systemInfo->letter;
     e.satellite = obs.satellite;
@@ -138,7 +140,9 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         if (!e->phaseLock) lli = '1';
         if (e->signalInfo->quarterCycles != 0) phase += e->signalInfo->quarterCycles * 0.25;
         if (e->system == 'R') {
-            glonassSlots_.insert(e->satellite, e->glonassFrequency);
+            // A channel beyond the header's two-character field is damaged data: not listed.
+            if (e->glonassFrequency >= -9 && e->glonassFrequency <= 99)
+                glonassSlots_.insert(e->satellite, e->glonassFrequency);
             const double bias = glonassBias(e->code);
             if (bias != 0.0) {
                 const double f =
@@ -179,7 +183,8 @@ qint64 Rinex3xx::writeEpoch() {
         if (firstEpoch_ == 0) firstEpoch_ = t;
         if (lastEpoch_ != 0) {
             const qint64 d = t - lastEpoch_;
-            if (d > 0 && (interval_ == 0 || d < interval_)) interval_ = qint32(d);
+            // Gaps beyond the header's INTERVAL field (999999.999 s) are no interval.
+            if (d > 0 && d <= 999999999 && (interval_ == 0 || d < interval_)) interval_ = qint32(d);
         }
         lastEpoch_ = t;
     }

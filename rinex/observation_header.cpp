@@ -176,6 +176,10 @@ bool Rinex3xx::writeObservationHeader() {
     if (antennaHeightGiven) height -= antennaHeight_;
     double x = 0, y = 0, z = 0;
     geodeticToXyz(latitude, longitude, height, x, y, z);
+    // A position that does not fit its 14-character fields (absurd values from the stream)
+    // is written as zeros, the usual "unknown", so that the line keeps its columns.
+    const auto fits = [](double v) { return std::fabs(v) < 9.9e7; };
+    if (!fits(x) || !fits(y) || !fits(z)) x = y = z = 0.0;
 
     if (!file.seek(0)) {
         recordWriteError(file);
@@ -248,14 +252,17 @@ bool Rinex3xx::writeObservationHeader() {
     }
     writeHeaderLine("%-60sGLONASS COD/PHS/BIS \r\n", biases);
 
-    qint32 leap = leapSeconds_;
+    // Wide enough for any value the stream may carry; a value that does not fit the
+    // six-character field leaves the line out.
+    qint64 leap = leapSeconds_;
     if (leap == 99) {
         if (haveUtc_)
-            leap = -qint32(firstUtc_.leapSeconds);
-        else if (haveTime_)
-            leap = qint32(std::lround(time_.utcOffset));
+            leap = -qint64(qint32(firstUtc_.leapSeconds));
+        else if (haveTime_ && std::fabs(time_.utcOffset) < 1e6)
+            leap = std::llround(time_.utcOffset);
     }
-    if (leap != 99) writeHeaderLine("%6d%54s%-20s\r\n", -leap, "", "LEAP SECONDS");
+    if (leap != 99 && -leap >= -99999 && -leap <= 999999)
+        writeHeaderLine("%6d%54s%-20s\r\n", int(-leap), "", "LEAP SECONDS");
 
     writeHeaderLine("CONVERTER VERSION = %-40s%-20s\r\n", "1.9.2012.9", "COMMENT");
 

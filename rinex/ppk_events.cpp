@@ -4,6 +4,7 @@
 
 #include "rinex/rinex3xx.h"
 
+#include <cmath>
 #include <cstring>
 
 #include "rinex/c_numeric_locale.h"
@@ -112,8 +113,12 @@ qint64 Rinex3xx::writeNewSite(const QByteArray& name, const QByteArray& number, 
                               double x, double y, double z) {
     static const char kLine[] = ">                              3  4\r\n";
     qint64 written = writeLine(files_[FileObservation], kLine, qint64(sizeof kLine - 1));
-    written += writeEventLine("%-60s%-20s\r\n", name.constData(), "MARKER NAME");
-    written += writeEventLine("%-20s%40s%-20s\r\n", number.constData(), "", "MARKER NUMBER");
+    // The sentence's texts and numbers are cut to, or checked against, the record's fields so
+    // that no record line runs past its 80 columns.
+    written += writeEventLine("%-60s%-20s\r\n", name.left(60).constData(), "MARKER NAME");
+    written += writeEventLine("%-20s%40s%-20s\r\n", number.left(20).constData(), "", "MARKER NUMBER");
+    const auto fits = [](double v) { return std::fabs(v) < 9.9e7; };
+    if (!fits(x) || !fits(y) || !fits(z)) x = y = z = 0.0;
     written += writeEventLine("%14.4f%14.4f%14.4f%18s%-20s\r\n", x, y, z, "", "APPROX POSITION XYZ");
     written += writeEventLine("%14.4f%14.4f%14.4f%18s%-20s\r\n", antennaHeight, 0.0, 0.0, "",
                               "ANTENNA: DELTA H/E/N");

@@ -1,5 +1,3 @@
-// Decoding headers come before any Qt header: the signal table has a member whose name
-// is one of Qt's keyword macros.
 #include "decoding/beidou_ephemeris.h"
 #include "decoding/galileo_ephemeris.h"
 #include "decoding/glonass_ephemeris.h"
@@ -11,19 +9,9 @@
 #include <cstdio>
 
 #include "rinex/c_numeric_locale.h"
+#include "rinex/marker_types.h"
 
 namespace {
-
-// The marker types that the marker setter accepts, in their customary order.
-const char* const kMarkerTypes[] = {
-    "GEODETIC",   "NON_GEODETIC",  "NON_PHYSICAL", "SPACEBORNE", "GROUND_CRAFT", "WATER_CRAFT", "AIRBORNE",
-    "FIXED_BUOY", "FLOATING_BUOY", "FLOATING_ICE", "GLACIER",    "BALLISTIC",    "ANIMAL",      "HUMAN"};
-
-bool isMarkerType(const QByteArray& type) {
-    for (const char* name : kMarkerTypes)
-        if (type == name) return true;
-    return false;
-}
 
 constexpr int kReservedCommentLines = 64;
 
@@ -80,7 +68,7 @@ bool Rinex3xx::setProgram(const QByteArray& program, const QByteArray& runBy) {
 }
 
 bool Rinex3xx::setMarker(const QByteArray& name, const QByteArray& number, const QByteArray& type) {
-    if (open_ || !isMarkerType(type)) return false;
+    if (open_ || !MarkerTypeNames.contains(type)) return false;
     markerName_ = name.left(60);
     markerNumber_ = number;
     // A long number pushes the name to the 20-byte form; the number itself stays whole.

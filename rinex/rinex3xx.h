@@ -15,8 +15,7 @@
 #include "decoding/position_time.h"
 #include "rinex/navigation_writer.h"
 
-// Forward declarations only: the signal table header has a member named like one of Qt's
-// keyword macros, so it must not be pulled into translation units that include Qt first.
+// Forward declarations keep the decoder headers out of the writer's users.
 namespace decoding {
 struct RangeObservation;
 struct SatSystemInfo;
@@ -53,7 +52,8 @@ struct EpochWorkArea {
         week = 0;
         milliseconds = 0;
     }
-    // Observations without a system or signal descriptor are skipped.
+    // Observations without a system or signal descriptor, or whose satellite number has more
+    // than two digits, are skipped.
     void add(const decoding::RangeObservation& obs);
 };
 
@@ -142,7 +142,8 @@ private:
 
     // options
     int minorVersion_ = 4;
-    QByteArray program_, runBy_;
+    QByteArray program_ = "Velmoor"; // no option sets it: name the program that wrote the file
+    QByteArray runBy_;
     QByteArray markerName_, markerNumber_, markerType_ = "GEODETIC";
     QByteArray observer_, agency_;
     QByteArray receiverNumber_, receiverType_, receiverVersion_;

@@ -27,7 +27,6 @@
 #include "sample_generator/options.h"
 #include "sample_generator/stream_assembly.h"
 
-// Qt last: its "signals" keyword macro would clash with a field of the signal table.
 #include <QString>
 #include <QTemporaryDir>
 

@@ -97,3 +97,35 @@ TEST(UbxChecksum, ZeroLengthReturnsSeed) {
 }
 
 } // namespace
+
+namespace {
+
+// The definition, one bit at a time: reflected polynomial, start 0, no final inversion.
+uint32_t bitwiseCrc32(const uint8_t* data, size_t length) {
+    uint32_t c = 0;
+    for (size_t i = 0; i < length; ++i) {
+        c ^= data[i];
+        for (int bit = 0; bit < 8; ++bit)
+            c = (c & 1) ? (c >> 1) ^ 0xEDB88320u : c >> 1;
+    }
+    return c;
+}
+
+} // namespace
+
+TEST(Crc32, AgreesWithTheBitwiseDefinitionForEveryLengthAndAlignment) {
+    // Lengths around the eight-byte steps and tails, at every start offset of a word.
+    Bytes data(300);
+    uint32_t x = 2463534242u;
+    for (uint8_t& b : data) {
+        x ^= x << 13;
+        x ^= x >> 17;
+        x ^= x << 5;
+        b = uint8_t(x);
+    }
+    for (size_t offset = 0; offset < 8; ++offset)
+        for (size_t length = 0; length + offset <= data.size(); ++length)
+            ASSERT_EQ(decoding::crc32(0, data.data() + offset, uint32_t(length)),
+                      bitwiseCrc32(data.data() + offset, length))
+                << "offset " << offset << " length " << length;
+}

@@ -339,8 +339,8 @@ rinex::IonoUtcSlot elkoIonosphere() {
     return slot;
 }
 
-const char kGpsa[] = "GPSA  0.46566D-08 0.14901D-07-0.59605D-07-0.59605D-07       IONOSPHERIC CORR";
-const char kGpsb[] = "GPSB  0.77824D+05 0.49152D+05-0.65536D+05-0.32768D+06       IONOSPHERIC CORR";
+const char kGpsa[] = "GPSA  0.46566D-08 0.14901D-07-0.59605D-07-0.59605D-07       IONOSPHERIC CORR    ";
+const char kGpsb[] = "GPSB  0.77824D+05 0.49152D+05-0.65536D+05-0.32768D+06       IONOSPHERIC CORR    ";
 
 std::string versionLine(int minor) {
     const std::string version = minor < 10 ? "0" + std::to_string(minor) : std::to_string(minor);
@@ -383,8 +383,11 @@ TEST(NavigationHeader, GpsWithIonosphereAndLeapSeconds) {
     EXPECT_EQ(lines[5], kConverterLine);
     // Written over the reservation: same size, the end of it kept.
     EXPECT_EQ(out.data().size(), reserved.size());
-    const int headerBytes = 82 * 4 + 78 * 2;
+    const int headerBytes = 82 * 6;
     EXPECT_EQ(out.data().mid(headerBytes), reserved.mid(headerBytes));
+    // Every header line keeps the 80-column form: no fragment of the reservation survives.
+    for (const std::string& line : lines)
+        EXPECT_EQ(line.size(), 80u) << line;
     EXPECT_TRUE(out.data().endsWith(QByteArray(60, ' ') + "END OF HEADER       \r\n"));
     EXPECT_EQ(out.device()->pos(), out.data().size());
 }
@@ -405,7 +408,7 @@ TEST(NavigationHeader, GpsRepeatsIonosphereOfTheLatestRecordWhenItDiffers) {
     EXPECT_EQ(lines[3], kGpsb);
     EXPECT_EQ(lines[4], "    18    18  2012     7GPS" + std::string(33, ' ') + "LEAP SECONDS        ");
     EXPECT_EQ(lines[5], kGpsa);
-    EXPECT_EQ(lines[6], "GPSB  0.77824D+05 0.49152D+05-0.65536D+05-0.26214D+06       IONOSPHERIC CORR");
+    EXPECT_EQ(lines[6], "GPSB  0.77824D+05 0.49152D+05-0.65536D+05-0.26214D+06       IONOSPHERIC CORR    ");
     EXPECT_EQ(lines[7], kConverterLine);
 }
 
@@ -438,8 +441,8 @@ TEST(NavigationHeader, BeidouUsesItsOwnSlots) {
     ASSERT_TRUE(rinex::writeNavigationHeader(filled.device(), 'C', info));
     lines = linesOf(filled.data());
     ASSERT_GE(lines.size(), 6u);
-    EXPECT_EQ(lines[2], "BDSA  0.46566D-08 0.14901D-07-0.59605D-07-0.59605D-07       IONOSPHERIC CORR");
-    EXPECT_EQ(lines[3], "BDSB  0.77824D+05 0.49152D+05-0.65536D+05-0.32768D+06       IONOSPHERIC CORR");
+    EXPECT_EQ(lines[2], "BDSA  0.46566D-08 0.14901D-07-0.59605D-07-0.59605D-07       IONOSPHERIC CORR    ");
+    EXPECT_EQ(lines[3], "BDSB  0.77824D+05 0.49152D+05-0.65536D+05-0.32768D+06       IONOSPHERIC CORR    ");
     EXPECT_EQ(lines[4], "     4     4  2012     7BDS" + std::string(33, ' ') + "LEAP SECONDS        ");
     EXPECT_EQ(lines[5], kConverterLine);
 }

@@ -81,16 +81,26 @@ TEST(FormatExponent, NegativeZeroKeepsItsSign) {
 }
 
 TEST(FormatExponent, ExponentStopsAt99) {
-    // 1e120 can only be divided down to 1e21 before the exponent reaches 99: the mantissa
-    // then stays above one.
-    const std::string text = exponent(1e120);
-    ASSERT_GE(text.size(), 4u);
-    EXPECT_EQ(text.substr(text.size() - 4), "D+99");
-    EXPECT_EQ(text[0], ' ');
-    EXPECT_GT(std::stod(text.substr(1, text.size() - 5)), 1.0);
+    const std::string largest = exponent(9.5e98);
+    EXPECT_EQ(largest, " 0.950000000000D+99");
     // The smallest value with its own exponent.
     const std::string tiny = exponent(1e-99);
     EXPECT_EQ(tiny.substr(tiny.size() - 4), "D-98");
+}
+
+TEST(FormatExponent, BeyondTwoExponentDigitsIsBlankOfTheFieldWidth) {
+    // 1e120 could only be divided down to 1e21 before the exponent reaches 99: no form of
+    // the field's width exists, and a wider one would push the rest of the line out of its
+    // columns (and out of the line buffer).
+    EXPECT_EQ(exponent(1e120), std::string(19, ' '));
+    EXPECT_EQ(exponent(-1e99), std::string(19, ' '));
+    EXPECT_EQ(exponent(1.7e308, 5), std::string(12, ' '));
+}
+
+TEST(FormatExponent, NotFiniteIsBlankOfTheFieldWidth) {
+    EXPECT_EQ(exponent(std::numeric_limits<double>::infinity()), std::string(19, ' '));
+    EXPECT_EQ(exponent(-std::numeric_limits<double>::infinity()), std::string(19, ' '));
+    EXPECT_EQ(exponent(std::numeric_limits<double>::quiet_NaN(), 5), std::string(12, ' '));
 }
 
 TEST(FormatExponent, BoundedByTheCapacity) {
