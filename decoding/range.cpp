@@ -30,21 +30,24 @@ void applyRangeStatus(uint32_t status, uint32_t signalSearchMode, RangeObservati
     observation.signalInfo = findSignalByType(*system, observation.signalType, signalSearchMode);
 }
 
-int openRange(const uint8_t* frame, const LogHeader& header, RangeCursor& cursor, uint32_t signalSearchMode) {
-    if (header.messageId != LogRange) return -1;
-    if (header.messageLength < 4 || (header.messageLength - 4u) % kRangeRecordSize != 0) return -1;
+int openFixedRecordLog(const uint8_t* frame, const LogHeader& header, RangeCursor& cursor,
+                       uint32_t signalSearchMode, uint16_t messageId, uint32_t recordSize) {
+    if (header.messageId != messageId) return -1;
+    if (header.messageLength < 4 || (header.messageLength - 4u) % recordSize != 0) return -1;
     const uint8_t* body = frame + header.headerLength;
     const int32_t count = int32_t(readU32(body));
-    if (count != int32_t(header.messageLength / kRangeRecordSize)) return -2;
+    if (count != int32_t(header.messageLength / recordSize)) return -2;
     cursor = RangeCursor{};
     cursor.header = header;
     cursor.count = count;
     cursor.first = body + 4;
     cursor.signalSearchMode = signalSearchMode;
-    cursor.position = 0;
     cursor.currentSatellite = -1;
-    cursor.signalIndex = 0;
     return 0;
+}
+
+int openRange(const uint8_t* frame, const LogHeader& header, RangeCursor& cursor, uint32_t signalSearchMode) {
+    return openFixedRecordLog(frame, header, cursor, signalSearchMode, LogRange, kRangeRecordSize);
 }
 
 int decodeRange(const RangeCursor& cursor, int32_t index, RangeObservation* observation) {

@@ -16,24 +16,22 @@ constexpr double kPhaseRollover = 8388608.0;
 constexpr double kPseudorangeStd[16] = {0.05,  0.075, 0.113, 0.169, 0.253, 0.38, 0.57, 0.854,
                                         1.281, 2.375, 4.75,  9.5,   19.0,  38.0, 76.0, 152.0};
 
+// std::round (halves away from zero, the sign of a zero kept) without the library call for
+// the magnitudes the phase resolution meets; it runs once per observation.
+double roundHalfAway(double x) {
+    if (!(std::fabs(x) < 4503599627370496.0)) return std::round(x); // 2^52 and beyond, NaN
+    const double whole = double(int64_t(x));                        // truncated, exact here
+    const double fraction = x - whole;                              // exact
+    if (fraction >= 0.5) return whole + 1.0;
+    if (fraction <= -0.5) return whole - 1.0;
+    return std::copysign(whole, x);
+}
+
 } // namespace
 
 int openRangeCmp(const uint8_t* frame, const LogHeader& header, RangeCursor& cursor,
                  uint32_t signalSearchMode) {
-    if (header.messageId != LogRangeCmp) return -1;
-    if (header.messageLength < 4 || (header.messageLength - 4u) % kRangeCmpRecordSize != 0) return -1;
-    const uint8_t* body = frame + header.headerLength;
-    const int32_t count = int32_t(readU32(body));
-    if (count != int32_t(header.messageLength / kRangeCmpRecordSize)) return -2;
-    cursor = RangeCursor{};
-    cursor.header = header;
-    cursor.count = count;
-    cursor.first = body + 4;
-    cursor.signalSearchMode = signalSearchMode;
-    cursor.position = 0;
-    cursor.currentSatellite = -1;
-    cursor.signalIndex = 0;
-    return 0;
+    return openFixedRecordLog(frame, header, cursor, signalSearchMode, LogRangeCmp, kRangeCmpRecordSize);
 }
 
 int decodeRangeCmp(const RangeCursor& cursor, int32_t index, RangeObservation* observation) {
@@ -65,7 +63,7 @@ int decodeRangeCmp(const RangeCursor& cursor, int32_t index, RangeObservation* o
             glonassAdjustedFrequency(observation->signalInfo->frequency, observation->glonassFrequency);
     const double x =
         (observation->pseudorange * frequency / kSpeedOfLight + observation->carrierPhase) / kPhaseRollover;
-    observation->carrierPhase -= std::round(x) * kPhaseRollover;
+    observation->carrierPhase -= roundHalfAway(x) * kPhaseRollover;
     return 0;
 }
 

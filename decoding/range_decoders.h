@@ -12,11 +12,16 @@ namespace decoding {
 // channel and looks up the signal row by signal type.
 void applyRangeStatus(uint32_t status, uint32_t signalSearchMode, RangeObservation& observation);
 
+// Opening step shared by the fixed-size record logs (RANGE 44 bytes, RANGECMP 24 bytes).
+int openFixedRecordLog(const uint8_t* frame, const LogHeader& header, RangeCursor& cursor,
+                       uint32_t signalSearchMode, uint16_t messageId, uint32_t recordSize);
+
 int openRange(const uint8_t* frame, const LogHeader& header, RangeCursor& cursor, uint32_t signalSearchMode);
 // -1 when index is out of range or observation is null; else 0 (signalInfo may be none).
 int decodeRange(const RangeCursor& cursor, int32_t index, RangeObservation* observation);
 
-int openRangeCmp(const uint8_t* frame, const LogHeader& header, RangeCursor& cursor, uint32_t signalSearchMode);
+int openRangeCmp(const uint8_t* frame, const LogHeader& header, RangeCursor& cursor,
+                 uint32_t signalSearchMode);
 // -1 also when the signal type is not in the system's table.
 int decodeRangeCmp(const RangeCursor& cursor, int32_t index, RangeObservation* observation);
 

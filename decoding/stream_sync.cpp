@@ -132,9 +132,13 @@ bool startFrame(StreamSync& s, uint32_t k, Collector collector) {
     return true;
 }
 
-// Collectors that, once `expected` is known and while their callback is set, return
-// continue until count reaches it and look at nothing else: for them the bytes before the
-// last can be taken in bulk.
+// The collectors read their frame's length at a fixed count, at most this one. A full
+// buffer sets the count back to 1 with the collector still active, so it reads again.
+constexpr uint32_t kLengthReadBy = 10;
+
+// Collectors that, past kLengthReadBy with `expected` known and while their callback is set,
+// return continue until count reaches it and look at nothing else: for them the bytes
+// before the last can be taken in bulk.
 bool collectsToKnownLength(const StreamSync& s) {
     const Collector c = s.handler;
     return (c == collectBoard && s.onBoardFrame) || (c == collectBoardShort && s.onBoardShortFrame) ||
@@ -224,8 +228,8 @@ void feed(StreamSync& sync, const uint8_t* bytes, uint32_t n) {
         // Inside a frame of known length every byte but the last only extends the frame:
         // copy those at once. Stops short of the buffer's last free byte, so the overflow
         // path below sees the same bytes it would see one at a time.
-        if (s.handler && s.expected != 0 && s.count < s.expected && s.count + 1 < s.capacity &&
-            collectsToKnownLength(s)) {
+        if (s.handler && s.expected != 0 && s.count >= kLengthReadBy && s.count < s.expected &&
+            s.count + 1 < s.capacity && collectsToKnownLength(s)) {
             uint32_t k = s.expected - s.count - 1;
             k = std::min(k, n - i);
             k = std::min(k, s.capacity - 1 - s.count);

@@ -53,6 +53,12 @@ qint64 roundedMilliseconds(double seconds) {
     return static_cast<qint64>(std::llround(seconds * 1000.0));
 }
 
+// A record whose week or reference time lies far outside any real one (or is not a number)
+// is damaged: it has no calendar date that fits the record, and it is not written.
+bool plausibleEpoch(qint64 week, double seconds) {
+    return week >= 0 && week <= 99999 && std::fabs(seconds) <= 1e9;
+}
+
 bool isOpen(const QIODevice* file) {
     return file != nullptr && file->isOpen();
 }
@@ -139,6 +145,7 @@ qint64 writeGalileoRecord(QIODevice* file, QMap<quint32, double>& lastToe, const
     if (!isOpen(file)) return 0;
     const auto last = lastToe.constFind(r.satellite);
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
+    if (!plausibleEpoch(r.week, r.toc)) return 0;
     const Calendar c = gpsCalendar(r.week, roundedMilliseconds(r.toc));
     qint64 bytes = writeFirstLine(file, 'E', static_cast<int>(r.satellite), c, r.af0, r.af1, r.af2);
     bytes += writeOrbitLine(file, r.iodNav, r.crs, r.deltaN, r.m0);
@@ -156,6 +163,7 @@ qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const 
     if (!isOpen(file)) return 0;
     const auto last = lastToe.constFind(r.satellite);
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
+    if (!plausibleEpoch(r.week + 1356, r.toc)) return 0;
     // BeiDou week 0 is GPS week 1356: this gives the calendar of BeiDou time.
     const Calendar c = gpsCalendar(r.week + 1356, roundedMilliseconds(r.toc));
     qint64 bytes = writeFirstLine(file, 'C', static_cast<int>(r.satellite), c, r.a0, r.a1, r.a2);
@@ -287,6 +295,7 @@ qint64 NavigationWriter::writeGps(QIODevice* file, const decoding::GpsEphemeris&
     if (last != gpsToe_.constEnd() && last.value() == eph.toe) return 0;
     // Subframes of two different uploads: the record would mix two ephemerides.
     if (eph.iode1 != eph.iode2) return 0;
+    if (!plausibleEpoch(eph.week, eph.toe)) return 0;
 
     const Calendar c = gpsCalendar(eph.week, roundedMilliseconds(eph.toe));
     qint64 bytes = writeFirstLine(file, 'G', static_cast<int>(eph.satellite), c, eph.af0, eph.af1, eph.af2);

@@ -7,24 +7,68 @@
 
 namespace rinex {
 
+namespace {
+
+// "00" to "99": the observation writer formats millions of values, two digits per step.
+constexpr char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+void putPair(char* p, uint32_t v) {
+    std::memcpy(p, kDigitPairs + 2 * v, 2);
+}
+
+// ".000" to ".999": the point and the three decimals of a value in one copy.
+struct Decimals {
+    char text[1000][4];
+};
+
+constexpr Decimals makeDecimals() {
+    Decimals d{};
+    for (int i = 0; i < 1000; ++i) {
+        d.text[i][0] = '.';
+        d.text[i][1] = static_cast<char>('0' + i / 100);
+        d.text[i][2] = static_cast<char>('0' + i / 10 % 10);
+        d.text[i][3] = static_cast<char>('0' + i % 10);
+    }
+    return d;
+}
+
+constexpr Decimals kDecimals = makeDecimals();
+
+} // namespace
+
 void formatFixed14(char* out, double value) {
     std::memset(out, ' ', 14);
-    if (!std::isfinite(value)) return;
     const bool negative = value < 0;
     const double scaled = std::fabs(value) * 1000.0 + 0.5;
-    // 10 places before the point, one of them taken by the sign when negative.
+    // 10 places before the point, one of them taken by the sign when negative. The test
+    // is false for infinities and NaN too.
     if (!(scaled < (negative ? 1e12 : 1e13))) return;
-    uint64_t n = static_cast<uint64_t>(scaled);
-    char* p = out + 14;
-    for (int i = 0; i < 3; ++i) {
-        *--p = static_cast<char>('0' + n % 10);
-        n /= 10;
+    // Below 10^13 the signed conversion is exact and cheaper than the unsigned one.
+    const uint64_t n = static_cast<uint64_t>(static_cast<int64_t>(scaled));
+    uint64_t whole = n / 1000;
+    std::memcpy(out + 10, kDecimals.text[n - whole * 1000], 4);
+    char* p = out + 10;
+    // Below 10^10: at most one step in 64 bits before the rest fits 32 bits.
+    while (whole > 0xFFFFFFFFu) {
+        p -= 2;
+        putPair(p, static_cast<uint32_t>(whole % 100));
+        whole /= 100;
     }
-    *--p = '.';
-    do {
-        *--p = static_cast<char>('0' + n % 10);
-        n /= 10;
-    } while (n != 0);
+    uint32_t w = static_cast<uint32_t>(whole);
+    while (w >= 100) {
+        p -= 2;
+        putPair(p, w % 100);
+        w /= 100;
+    }
+    if (w >= 10) {
+        p -= 2;
+        putPair(p, w);
+    } else {
+        *--p = static_cast<char>('0' + w);
+    }
     if (negative) *--p = '-';
 }
 

@@ -6,6 +6,7 @@
 #include "rinex/rinex3xx.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -50,7 +51,12 @@ double fold(double value, char& lossOfLock) {
 }
 
 int signalStrengthDigit(float cn0) {
-    const long digit = std::lround(double(cn0) / 6.0);
+    const double x = double(cn0) / 6.0;
+    // The usual range without a library call; x + 0.5 is exact there, so truncating it
+    // rounds half away from zero like lround.
+    if (x >= 1.5 && x < 8.5) return int(x + 0.5);
+    if (x >= 8.5 && x < 9223372036854775808.0) return 9;
+    const long digit = std::lround(x); // below 1.5, not a number, or beyond a long
     return int(std::min(9L, std::max(1L, digit)));
 }
 
@@ -77,8 +83,36 @@ void EpochWorkArea::add(const decoding::RangeObservation& obs) {
     e.pseudorangeValid = obs.codeLocked != 0;
     e.systemInfo = obs.systemInfo;
     e.signalInfo = obs.signalInfo;
-    // Sorted insertion after equal keys keeps the decoder's order for duplicates.
-    entries.insert(std::upper_bound(entries.begin(), entries.end(), e, entryLess), e);
+    entries.push_back(e);
+}
+
+void EpochWorkArea::sort() {
+    // Logs list the systems in the board's order, not the letters' order: inserting each
+    // observation in place moved most of the epoch per observation. One key per entry sorts
+    // the same way as entryLess, with the decoder's order (the index) breaking ties.
+    constexpr size_t kIndexBits = 24;
+    if (entries.size() >= (size_t(1) << kIndexBits)) {
+        std::stable_sort(entries.begin(), entries.end(), entryLess);
+        return;
+    }
+    keys_.clear();
+    for (size_t i = 0; i < entries.size(); ++i) {
+        const Entry& e = entries[i];
+        keys_.push_back(quint64(uint8_t(int(e.system) - CHAR_MIN)) << 56 | quint64(e.satellite) << 40 |
+                        quint64(uint8_t(e.code[0])) << 32 | quint64(uint8_t(e.code[1])) << 24 | i);
+    }
+    if (std::is_sorted(keys_.begin(), keys_.end())) return;
+    std::sort(keys_.begin(), keys_.end());
+    reordered_.clear();
+    for (const quint64 key : keys_)
+        reordered_.push_back(entries[key & ((quint64(1) << kIndexBits) - 1)]);
+    entries.swap(reordered_);
+}
+
+void EpochWorkArea::reserve(size_t count) {
+    entries.reserve(count);
+    keys_.reserve(count);
+    reordered_.reserve(count);
 }
 
 double Rinex3xx::glonassBias(const char* code) const {
@@ -113,8 +147,16 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         }
     }
 
-    int n = std::snprintf(line, kPrefixMax + 1, "%c%02d", first->system, int(first->satellite));
-    char* p = line + n;
+    // "%c%02d" without printf: it runs once per satellite line.
+    char* p = line;
+    *p++ = first->system;
+    const int satellite = first->satellite;
+    if (satellite < 100) {
+        *p++ = char('0' + satellite / 10);
+        *p++ = char('0' + satellite % 10);
+    } else {
+        p += std::snprintf(p, kPrefixMax, "%d", satellite);
+    }
     for (int column = 0; column < usedColumns; ++column) {
         const EpochWorkArea::Entry* e = placed[column];
         if (e == nullptr) {
@@ -196,14 +238,16 @@ qint64 Rinex3xx::writeEpoch() {
             entries[i].satellite != entries[i - 1].satellite)
             ++satellites;
 
-    QFile& file = files_[FileObservation];
+    // The lines go to the epoch block, which reaches the file in large writes: a device
+    // write per line cost about as much as formatting the line. The file's bytes are the same.
     const rinex::CalendarTime c = rinex::calendarFromMilliseconds(t);
-    char line[kLineCapacity];
+    if (epochBlockUsed_ + kLineCapacity > kEpochBlockCapacity) flushEpochs();
     const int n = std::snprintf(
-        line, sizeof line, "> %04d %02d %02d %02d %02d %2d.%03d0000  0%3d       0.000000000000\r\n", c.year,
-        c.month, c.day, c.hour, c.minute, int(epoch_.milliseconds / 1000 % 60),
-        int(epoch_.milliseconds % 1000), satellites);
-    qint64 written = writeLine(file, line, std::min(n, int(sizeof line) - 1));
+        epochBlock_.data() + epochBlockUsed_, kLineCapacity,
+        "> %04d %02d %02d %02d %02d %2d.%03d0000  0%3d       0.000000000000\r\n", c.year, c.month, c.day,
+        c.hour, c.minute, int(epoch_.milliseconds / 1000 % 60), int(epoch_.milliseconds % 1000), satellites);
+    qint64 written = std::max(0, std::min(n, kLineCapacity - 1));
+    epochBlockUsed_ += int(written);
 
     size_t begin = 0;
     while (begin < entries.size()) {
@@ -211,8 +255,11 @@ qint64 Rinex3xx::writeEpoch() {
         while (end < entries.size() && entries[end].system == entries[begin].system &&
                entries[end].satellite == entries[begin].satellite)
             ++end;
-        const int length = formatSatelliteLine(line, entries.data() + begin, entries.data() + end);
-        written += writeLine(file, line, length);
+        if (epochBlockUsed_ + kLineCapacity > kEpochBlockCapacity) flushEpochs();
+        const int length = formatSatelliteLine(epochBlock_.data() + epochBlockUsed_, entries.data() + begin,
+                                               entries.data() + end);
+        epochBlockUsed_ += length;
+        written += length;
         begin = end;
     }
     ++epochsWritten_;

@@ -87,7 +87,11 @@ qint64 Rinex3xx::handleTextLine(const char* text, quint32 length) {
 
     if (s.is(1, "MARKER-SAMPLE") && s.count >= 7) {
         if (!markerInProgress_) return 0;
-        const qint64 secondsTimesThousand = qint64(s.decimal(6) * 1000.0);
+        // Truncated like the milliseconds of week it must equal; a value outside their range
+        // cannot match (and has no integer form).
+        const double thousandths = s.decimal(6) * 1000.0;
+        if (!(thousandths > -1.0 && thousandths < 4294967296.0)) return 0;
+        const qint64 secondsTimesThousand = qint64(thousandths);
         if (s.integer(2) != markerId1_ || s.integer(3) != markerId2_ || s.integer(4) != sampleCounter_ + 1 ||
             s.integer(5) != epoch_.week || secondsTimesThousand != qint64(epoch_.milliseconds))
             return 0;

@@ -39,7 +39,8 @@ rinex::IonoUtcSlot slotFrom(const decoding::IonoUtcParameters& record) {
 Rinex3xx::Rinex3xx(QObject* parent) : QObject(parent) {
     epoch_.writer = this;
     // Room for a full sky of multi-frequency signals, so steady state never reallocates.
-    epoch_.entries.reserve(512);
+    epoch_.reserve(512);
+    epochBlock_.resize(kEpochBlockCapacity);
 }
 
 Rinex3xx::~Rinex3xx() {
@@ -181,6 +182,7 @@ qint64 Rinex3xx::open(const QString& path) {
 
     // Per-conversion state; the marker-in-progress flag survives on purpose.
     epoch_.clear();
+    epochBlockUsed_ = 0;
     firstEpoch_ = 0;
     lastEpoch_ = 0;
     interval_ = 0;
@@ -237,6 +239,7 @@ qint64 Rinex3xx::open(const QString& path) {
 void Rinex3xx::close() {
     if (!open_) return;
     rinex::CNumericLocale numericLocale;
+    flushEpochs();
 
     if (files_[FileObservation].isOpen()) writeObservationHeader();
 
@@ -426,6 +429,7 @@ qint64 Rinex3xx::handleObservationLog(const uint8_t* frame, const decoding::LogH
         epoch_.clear();
         return 0;
     }
+    epoch_.sort();
     epoch_.week = qint16(header.week);
     epoch_.milliseconds = header.milliseconds;
 
@@ -442,6 +446,18 @@ void Rinex3xx::checkDevice(QFile& file) {
 }
 
 qint64 Rinex3xx::writeLine(QFile& file, const char* data, qint64 length) {
+    // Pending epoch lines go first: the file keeps the order in which the lines were made.
+    if (&file == &files_[FileObservation]) flushEpochs();
+    return writeToDevice(file, data, length);
+}
+
+void Rinex3xx::flushEpochs() {
+    const int used = epochBlockUsed_;
+    epochBlockUsed_ = 0;
+    if (used > 0) writeToDevice(files_[FileObservation], epochBlock_.data(), used);
+}
+
+qint64 Rinex3xx::writeToDevice(QFile& file, const char* data, qint64 length) {
     if (length <= 0) return 0;
     const qint64 written = file.write(data, length);
     if (written != length) recordWriteError(file);

@@ -44,7 +44,7 @@ struct EpochWorkArea {
 
     qint16 week = 0;
     quint32 milliseconds = 0;
-    std::vector<Entry> entries; // kept sorted by system, satellite, code
+    std::vector<Entry> entries; // decoder order until sort(): then by system, satellite, code
     Rinex3xx* writer = nullptr;
 
     void clear() {
@@ -55,6 +55,13 @@ struct EpochWorkArea {
     // Observations without a system or signal descriptor, or whose satellite number has more
     // than two digits, are skipped.
     void add(const decoding::RangeObservation& obs);
+    // Orders the entries by system, satellite and code; equal ones keep the decoder's order.
+    void sort();
+    void reserve(size_t count);
+
+private:
+    std::vector<quint64> keys_;    // sort keys, each with its entry's index in the low bits
+    std::vector<Entry> reordered_; // the entries in key order, swapped with entries
 };
 
 // Per system letter, the observed signal codes in column order.
@@ -137,6 +144,8 @@ private:
 #endif
         ;
     qint64 writeLine(QFile& file, const char* data, qint64 length);
+    qint64 writeToDevice(QFile& file, const char* data, qint64 length);
+    void flushEpochs();
     void checkDevice(QFile& file);
     void recordWriteError(const QFile& file);
 
@@ -160,6 +169,11 @@ private:
     QFile files_[FileCount];
 
     EpochWorkArea epoch_;
+    // Epoch lines not yet handed to the observation file: written in large blocks, and
+    // always before any other line of that file and at close.
+    static constexpr int kEpochBlockCapacity = 1 << 18;
+    std::vector<char> epochBlock_;
+    int epochBlockUsed_ = 0;
 
     // station state taken from the stream
     bool haveTime_ = false;

@@ -9,6 +9,7 @@ packages=(
     libgtest-dev googletest
     nlohmann-json3-dev zlib1g-dev
     xvfb xauth
+    dpkg-dev file   # cpack -G DEB: dpkg-shlibdeps finds the package's dependencies
 )
 
 missing=()

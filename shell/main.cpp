@@ -12,6 +12,8 @@ int main(int argc, char* argv[]) {
     QCoreApplication::setOrganizationName(QStringLiteral("kq"));
     QCoreApplication::setApplicationName(QStringLiteral("Velmoor"));
     QApplication::setStyle(QStringLiteral("Fusion"));
+    // Lets the desktop match the window to its installed entry (icon, file associations).
+    QGuiApplication::setDesktopFileName(QStringLiteral("velmoor"));
     QApplication app(argc, argv);
     MainWindow window;
     window.show();

@@ -15,24 +15,10 @@
 #include <unistd.h>
 
 #include "shell/thread_binary_to_rinex.h"
+#include "support/qt_core_application.h"
 #include "support/stream_manifest.h"
 
 namespace {
-
-class QtApplication : public ::testing::Environment {
-public:
-    void SetUp() override {
-        static int argc = 1;
-        static char name[] = "thread_binary_to_rinex_test";
-        static char* argv[] = {name, nullptr};
-        app_ = new QCoreApplication(argc, argv);
-    }
-    void TearDown() override { delete app_; }
-
-private:
-    QCoreApplication* app_ = nullptr;
-};
-const auto* const qtApplication = ::testing::AddGlobalTestEnvironment(new QtApplication);
 
 constexpr qint64 MiB = 1048576;
 

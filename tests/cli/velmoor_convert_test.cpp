@@ -10,24 +10,10 @@
 #include <gtest/gtest.h>
 #include <random>
 
+#include "support/qt_core_application.h"
 #include "support/stream_manifest.h"
 
 namespace {
-
-class QtApplication : public ::testing::Environment {
-public:
-    void SetUp() override {
-        static int argc = 1;
-        static char name[] = "velmoor_convert_test";
-        static char* argv[] = {name, nullptr};
-        app_ = new QCoreApplication(argc, argv);
-    }
-    void TearDown() override { delete app_; }
-
-private:
-    QCoreApplication* app_ = nullptr;
-};
-const auto* const qtApplication = ::testing::AddGlobalTestEnvironment(new QtApplication);
 
 struct ProcessResult {
     int exitCode = -1;

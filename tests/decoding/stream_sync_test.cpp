@@ -475,3 +475,45 @@ TEST(StreamSync, Rtcm2WordWithWrongParityStartsNothing) {
 }
 
 } // namespace
+
+namespace {
+
+// The stream after a frame's first bytes: the byte that follows goes to the collector, which
+// finds its callback gone and ends the frame there.
+TEST(StreamSync, FrameWhoseCallbackIsClearedBetweenFeedsEndsAtTheNextByte) {
+    ConverterHarness h;
+    const Bytes frame = frameWithBody(43, 60);
+    h.feed(Bytes(frame.begin(), frame.begin() + 20));
+    decoding::setOnBoardFrame(h.sync, nullptr);
+    h.feed(Bytes(frame.begin() + 20, frame.end()));
+    ASSERT_FALSE(h.events.empty());
+    EXPECT_EQ(h.events.front(), (Event{Unframed, Bytes(frame.begin(), frame.begin() + 21)}));
+}
+
+// A frame as long as the buffer never fits: the full buffer is flushed while the collector
+// stays active, and with the count back at 1 the collector reads a length again at its fourth
+// byte, from the bytes now at the front. Here that length is too large, which ends the frame.
+TEST(StreamSync, ScrambledFrameAsLongAsTheBufferRereadsItsLengthAfterTheFlush) {
+    for (const size_t chunk : {size_t(1), size_t(7), size_t(64), size_t(1000)}) {
+        Harness h(64);
+        decoding::setOnScrambledFrame(h.sync, Harness::record<Scrambled>);
+        decoding::setOnUnframed(h.sync, Harness::record<Unframed>);
+        Bytes stream{0xF5, 0x95, 60, 0}; // total length 64: the capacity
+        for (int i = 0; stream.size() < 200; ++i)
+            stream.push_back(uint8_t(0x20 + i % 50));
+        for (size_t at = 0; at < stream.size(); at += chunk)
+            decoding::feed(h.sync, stream.data() + at, uint32_t(std::min(chunk, stream.size() - at)));
+        auto run = [&](long from, long to) {
+            return Event{Unframed, Bytes(stream.begin() + from, stream.begin() + to)};
+        };
+        // 63 bytes fill the buffer; bytes 63..66 hold the new length 0x2C2B + 4; then hunting
+        // flushes full buffers of 63 bytes and keeps the last 7.
+        EXPECT_EQ(h.events, (std::vector<Event>{run(0, 63), run(63, 67), run(67, 130), run(130, 193)}))
+            << "chunk " << chunk;
+        EXPECT_EQ(h.sync.count, 7u) << "chunk " << chunk;
+        EXPECT_EQ(h.sync.handler, nullptr);
+        EXPECT_EQ(h.sync.totalBytes, 200u);
+    }
+}
+
+} // namespace

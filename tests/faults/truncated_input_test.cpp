@@ -79,20 +79,20 @@ Stream shortStream() {
 
     for (uint32_t i = 0; i < 9; ++i) {
         const double drift = i * 2477.6;
-        const std::vector<encoding::RangeSignal> signals = {
+        const std::vector<encoding::RangeSignal> observed = {
             signal('G', 5, "1C", 23074455.906 + i * 0.45, -121257095.719 - drift, 2477.621, 43.0),
             signal('G', 5, "2W", 23074460.125 + i * 0.45, -94486052.250 - drift * 0.78, 1930.611, 35.0),
             signal('R', 8, "1C", 20139422.500 - i * 0.31, -107734513.125 + drift, -1546.250, 47.0, 6)};
         const encoding::FrameStamp at = stamp(2010, 345600000 + i * 1000);
         switch (i % 3) {
         case 0:
-            append(s, encoding::encodeRange(at, signals).frame);
+            append(s, encoding::encodeRange(at, observed).frame);
             break;
         case 1:
-            append(s, encoding::encodeRangeCmp(at, signals).frame);
+            append(s, encoding::encodeRangeCmp(at, observed).frame);
             break;
         default:
-            append(s, encoding::encodeRangeCmp2(at, signals).frame);
+            append(s, encoding::encodeRangeCmp2(at, observed).frame);
             break;
         }
         s.epochEnds.push_back(s.bytes.size());

@@ -163,4 +163,39 @@ TEST(FormatFixed14, AgreesWithPrintfWhereNoTieIsInvolved) {
     }
 }
 
+// The rule itself, one digit at a time: |v| * 1000 + 0.5 truncated, right aligned.
+std::string fixed14ByDigits(double value) {
+    std::string out(14, ' ');
+    const bool negative = value < 0;
+    const double scaled = std::fabs(value) * 1000.0 + 0.5;
+    if (!std::isfinite(value) || !(scaled < (negative ? 1e12 : 1e13))) return out;
+    uint64_t n = static_cast<uint64_t>(scaled);
+    int at = 14;
+    for (int i = 0; i < 3; ++i, n /= 10)
+        out[size_t(--at)] = char('0' + n % 10);
+    out[size_t(--at)] = '.';
+    do {
+        out[size_t(--at)] = char('0' + n % 10);
+        n /= 10;
+    } while (n != 0);
+    if (negative) out[size_t(--at)] = '-';
+    return out;
+}
+
+TEST(FormatFixed14, MatchesTheDigitByDigitRuleAcrossMagnitudes) {
+    // Every digit count of the whole part, both signs, whole parts above 2^32 included.
+    uint64_t x = 88172645463325252ull;
+    for (int i = 0; i < 200000; ++i) {
+        x ^= x << 13;
+        x ^= x >> 7;
+        x ^= x << 17;
+        const double mantissa = double(x >> 11) / 9007199254740992.0; // [0, 1)
+        const double v = mantissa * std::pow(10.0, i % 15 - 4) * (i % 2 ? -1.0 : 1.0);
+        ASSERT_EQ(fixed14(v), fixed14ByDigits(v)) << v;
+    }
+    for (const double v : {4294967.295, 4294967.296, 4294967296.0, 9999999999.9994, 999999999.9994,
+                           -999999999.9994, 99.9995, 9.9995, 0.0995})
+        EXPECT_EQ(fixed14(v), fixed14ByDigits(v)) << v;
+}
+
 } // namespace

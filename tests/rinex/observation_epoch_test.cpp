@@ -114,6 +114,21 @@ TEST(ObservationEpoch, SignalStrengthDigitIsCn0BySixRoundedWithin1To9) {
     EXPECT_EQ(f.body[3].at(34), '8'); // 45 / 6 = 7.5 rounds to 8
 }
 
+TEST(ObservationEpoch, SignalStrengthDigitRoundsHalvesUpAtEveryStep) {
+    // C/N0 = 6 k + 3 lies half way between two digits and rounds up; just below stays down.
+    std::vector<encoding::RangeSignal> s;
+    for (int k = 0; k <= 9; ++k) {
+        s.push_back(signal('G', 2 * k + 1, "1C", 2.0e7, -1.0e8, 1.0, 6.0 * k + 3.0));
+        s.push_back(signal('G', 2 * k + 2, "1C", 2.0e7, -1.0e8, 1.0, 6.0 * k + 2.99));
+    }
+    const ObservationFile f = convert({rangeFrame(2010, 345600000, s)});
+    ASSERT_EQ(f.body.size(), 21);
+    for (int k = 0; k <= 9; ++k) {
+        EXPECT_EQ(f.body[1 + 2 * k].at(34), char('0' + std::min(9, std::max(1, k + 1)))) << k;
+        EXPECT_EQ(f.body[2 + 2 * k].at(34), char('0' + std::min(9, std::max(1, k)))) << k;
+    }
+}
+
 TEST(ObservationEpoch, LinesEndWithoutTrailingBlanks) {
     encoding::RangeSignal s = signal('G', 3, "1C", 2.0e7, -1.0e8, 100.0, 40.0);
     const ObservationFile f = convert({rangeFrame(2010, 345600000, {s})});
@@ -168,6 +183,22 @@ TEST(ObservationEpoch, SatellitesAreOrderedBySystemLetterThenNumber) {
     EXPECT_EQ(f.body[3].left(3), "G02");
     EXPECT_EQ(f.body[4].left(3), "G10");
     EXPECT_EQ(f.body[5].left(3), "R04");
+}
+
+TEST(ObservationEpoch, SignalsAreOrderedByCodeAndRepeatedSignalsKeepTheLogsOrder) {
+    // The log lists 2W before 1C and G05 1C twice, with other systems in between: within the
+    // epoch 1C comes first, and of the two G05 1C the later one in the log fills the column.
+    const ObservationFile f = convert({rangeFrame(2010, 345600000,
+                                                  {signal('G', 5, "2W", 20000002.0, -80000000.0, 2.0, 30.0),
+                                                   signal('G', 5, "1C", 20000001.0, -1.0e8, 1.0, 40.0),
+                                                   signal('R', 4, "1C", 2.1e7, -1.1e8, 1.0, 40.0, 6),
+                                                   signal('C', 11, "2I", 2.0e7, -1.0e8, 1.0, 40.0),
+                                                   signal('G', 5, "1C", 20000003.0, -1.0e8, 1.0, 40.0)})});
+    ASSERT_EQ(f.body.size(), 4);
+    EXPECT_EQ(f.body[1].left(3), "C11");
+    EXPECT_EQ(f.body[2].left(3 + 14), "G05  20000003.000");
+    EXPECT_EQ(f.labelled("SYS / # / OBS TYPES").value(1),
+              "G   8  C1C L1C D1C S1C C2W L2W D2W S2W" + QByteArray(20, ' ') + "  SYS / # / OBS TYPES ");
 }
 
 TEST(ObservationEpoch, ColumnsKeepTheirPlaceOnceGiven) {
