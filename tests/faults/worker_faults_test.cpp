@@ -17,25 +17,11 @@
 #include "params/config_rows.h"
 #include "params/file_header.h"
 #include "shell/thread_binary_to_rinex.h"
+#include "support/qt_core_application.h"
 
 using namespace writertest;
 
 namespace {
-
-class QtApplication : public ::testing::Environment {
-public:
-    void SetUp() override {
-        static int argc = 1;
-        static char name[] = "worker_faults_test";
-        static char* argv[] = {name, nullptr};
-        app_ = new QCoreApplication(argc, argv);
-    }
-    void TearDown() override { delete app_; }
-
-private:
-    QCoreApplication* app_ = nullptr;
-};
-const auto* const qtApplication = ::testing::AddGlobalTestEnvironment(new QtApplication);
 
 constexpr qint64 MiB = 1048576;
 constexpr int kObservationHeaderBytes = 65 * 82;
