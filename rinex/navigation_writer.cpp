@@ -407,15 +407,15 @@ qint64 NavigationWriter::writeBeidou(QIODevice* file, const decoding::BeidouEphe
     return writeBeidouRecord(file, beidouToe_, r);
 }
 
-qint64 NavigationWriter::writeGalileo(QIODevice* file, const decoding::GalileoEphemeris& eph) {
-    const bool inav = eph.inavReceived != 0;
+namespace {
+
+// The three Galileo logs name their orbit fields alike; only the clock set, the data
+// sources, the health bits and the group delays differ.
+template <typename Ephemeris> GalileoRecord galileoOrbit(const Ephemeris& eph, double toc) {
     GalileoRecord r;
     r.satellite = eph.satellite;
-    r.toc = inav ? eph.inavToc : eph.fnavToc;
-    r.week = galileoWeek(eph.header, r.toc);
-    r.af0 = inav ? eph.inavAf0 : eph.fnavAf0;
-    r.af1 = inav ? eph.inavAf1 : eph.fnavAf1;
-    r.af2 = inav ? eph.inavAf2 : eph.fnavAf2;
+    r.toc = toc;
+    r.week = galileoWeek(eph.header, toc);
     r.iodNav = eph.iodNav;
     r.crs = eph.crs;
     r.deltaN = eph.deltaN;
@@ -433,81 +433,48 @@ qint64 NavigationWriter::writeGalileo(QIODevice* file, const decoding::GalileoEp
     r.omega = eph.omega;
     r.omegaDot = eph.omegaDot;
     r.iDot = eph.iDot;
-    r.dataSources = inav ? 517.0 : 258.0;
     r.sisa = sisaMetres(eph.sisaIndex);
+    r.transmission = eph.header.milliseconds / 1000.0;
+    return r;
+}
+
+} // namespace
+
+qint64 NavigationWriter::writeGalileo(QIODevice* file, const decoding::GalileoEphemeris& eph) {
+    const bool inav = eph.inavReceived != 0;
+    GalileoRecord r = galileoOrbit(eph, inav ? eph.inavToc : eph.fnavToc);
+    r.af0 = inav ? eph.inavAf0 : eph.fnavAf0;
+    r.af1 = inav ? eph.inavAf1 : eph.fnavAf1;
+    r.af2 = inav ? eph.inavAf2 : eph.fnavAf2;
+    r.dataSources = inav ? 517.0 : 258.0;
     r.health = eph.e1bDvs | eph.e1bHealth << 1 | eph.e5aDvs << 3 | eph.e5aHealth << 4 | eph.e5bDvs << 6 |
                eph.e5bHealth << 7;
     r.bgdE5aE1 = eph.bgdE5aE1;
     r.bgdE5bE1 = eph.bgdE5bE1;
-    r.transmission = eph.header.milliseconds / 1000.0;
     return writeGalileoRecord(file, galileoToe_, r);
 }
 
 qint64 NavigationWriter::writeGalileoInav(QIODevice* file, const decoding::GalileoInavEphemeris& eph) {
-    GalileoRecord r;
-    r.satellite = eph.satellite;
-    r.toc = eph.toc;
-    r.week = galileoWeek(eph.header, r.toc);
+    GalileoRecord r = galileoOrbit(eph, eph.toc);
     r.af0 = eph.af0;
     r.af1 = eph.af1;
     r.af2 = eph.af2;
-    r.iodNav = eph.iodNav;
-    r.crs = eph.crs;
-    r.deltaN = eph.deltaN;
-    r.m0 = eph.m0;
-    r.cuc = eph.cuc;
-    r.eccentricity = eph.eccentricity;
-    r.cus = eph.cus;
-    r.sqrtA = eph.sqrtA;
-    r.toe = eph.toe;
-    r.cic = eph.cic;
-    r.omega0 = eph.omega0;
-    r.cis = eph.cis;
-    r.i0 = eph.i0;
-    r.crc = eph.crc;
-    r.omega = eph.omega;
-    r.omegaDot = eph.omegaDot;
-    r.iDot = eph.iDot;
     r.dataSources = 517.0;
-    r.sisa = sisaMetres(eph.sisaIndex);
     r.health = eph.e1bDvs | eph.e1bHealth << 1 | eph.e5bDvs << 6 | eph.e5bHealth << 7;
     r.bgdE5aE1 = eph.bgdE5aE1;
     r.bgdE5bE1 = eph.bgdE5bE1;
-    r.transmission = eph.header.milliseconds / 1000.0;
     return writeGalileoRecord(file, galileoToe_, r);
 }
 
 qint64 NavigationWriter::writeGalileoFnav(QIODevice* file, const decoding::GalileoFnavEphemeris& eph) {
-    GalileoRecord r;
-    r.satellite = eph.satellite;
-    r.toc = eph.toc;
-    r.week = galileoWeek(eph.header, r.toc);
+    GalileoRecord r = galileoOrbit(eph, eph.toc);
     r.af0 = eph.af0;
     r.af1 = eph.af1;
     r.af2 = eph.af2;
-    r.iodNav = eph.iodNav;
-    r.crs = eph.crs;
-    r.deltaN = eph.deltaN;
-    r.m0 = eph.m0;
-    r.cuc = eph.cuc;
-    r.eccentricity = eph.eccentricity;
-    r.cus = eph.cus;
-    r.sqrtA = eph.sqrtA;
-    r.toe = eph.toe;
-    r.cic = eph.cic;
-    r.omega0 = eph.omega0;
-    r.cis = eph.cis;
-    r.i0 = eph.i0;
-    r.crc = eph.crc;
-    r.omega = eph.omega;
-    r.omegaDot = eph.omegaDot;
-    r.iDot = eph.iDot;
     r.dataSources = 258.0;
-    r.sisa = sisaMetres(eph.sisaIndex);
     r.health = eph.e5aDvs << 3 | eph.e5aHealth << 4;
     r.bgdE5aE1 = eph.bgdE5aE1;
     r.bgdE5bE1 = 0.0; // F/NAV carries no E5b group delay
-    r.transmission = eph.header.milliseconds / 1000.0;
     return writeGalileoRecord(file, galileoToe_, r);
 }
 
