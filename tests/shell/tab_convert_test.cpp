@@ -11,6 +11,7 @@
 #include <QStandardItemModel>
 #include <QTemporaryDir>
 #include <QTextEdit>
+#include <QTimer>
 
 #include "params/widget_tree_param.h"
 #include "shell/tab_binary_to_rinex3.h"
@@ -334,6 +335,50 @@ TEST_F(TabConvert, ClosingTabDuringRunStopsWithinOneSecond) {
     EXPECT_LT(closing.elapsed(), 1500);
     // The header is written at close: the worker was destroyed, not killed.
     EXPECT_TRUE(readAll(output).contains("RINEX VERSION / TYPE"));
+}
+
+TEST_F(TabConvert, TwoTabsConvertAtTheSameTimeWhileTheWindowKeepsServingEvents) {
+    const QString input = longInput(dir, 60);
+    ASSERT_FALSE(input.isEmpty());
+    TabBinaryToRinex3 first(input);
+    TabBinaryToRinex3 second(input);
+    const QString firstOutput = dir.filePath("first.20O");
+    const QString secondOutput = dir.filePath("second.20O");
+
+    // Ticks of a GUI-thread timer count the event-loop passes made while both threads run.
+    int ticks = 0;
+    bool bothRunning = false;
+    QTimer ticker;
+    QObject::connect(&ticker, &QTimer::timeout, [&] {
+        if (bothRunning) ++ticks;
+    });
+    ticker.start(5);
+
+    answerDialogWith(firstOutput);
+    buttonOf(first)->click();
+    answerDialogWith(secondOutput);
+    buttonOf(second)->click();
+    ASSERT_TRUE(
+        guitest::waitFor([&] { return logHas(first, "save to ") && logHas(second, "save to "); }, 10000));
+    bothRunning = !logHas(first, "Convert ") && !logHas(second, "Convert ");
+    EXPECT_TRUE(bothRunning) << "one conversion ended before the other started";
+    EXPECT_EQ(buttonOf(first)->text(), "Cancle");
+    EXPECT_EQ(buttonOf(second)->text(), "Cancle");
+
+    ASSERT_TRUE(guitest::waitFor(
+        [&] {
+            if (logHas(first, "Convert ") || logHas(second, "Convert ")) bothRunning = false;
+            return logHas(first, "Convert ") && logHas(second, "Convert ");
+        },
+        120000));
+    EXPECT_TRUE(
+        QRegularExpression("^Convert Complete, Cost=\\d+ ms$").match(logLines(first).last()).hasMatch());
+    EXPECT_TRUE(
+        QRegularExpression("^Convert Complete, Cost=\\d+ ms$").match(logLines(second).last()).hasMatch());
+    EXPECT_GT(ticks, 0) << "the GUI thread served no event while both conversions ran";
+    // Each conversion wrote its own complete observation file.
+    EXPECT_EQ(readAll(firstOutput).count("\r\n> "), readAll(secondOutput).count("\r\n> "));
+    EXPECT_GT(readAll(firstOutput).count("\r\n> "), 100);
 }
 
 } // namespace
