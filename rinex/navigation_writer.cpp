@@ -336,7 +336,11 @@ qint64 NavigationWriter::writeGlonass(QIODevice* file, const decoding::GlonassEp
     return bytes;
 }
 
-qint64 NavigationWriter::writeBd2(QIODevice* file, const decoding::Bd2Ephemeris& eph) {
+namespace {
+
+// Both BeiDou logs name their clock and orbit fields alike; they differ in how they give
+// sqrt(A), the accuracy and the transmission time.
+template <typename Ephemeris> BeidouRecord beidouOrbit(const Ephemeris& eph) {
     BeidouRecord r;
     r.satellite = beidouNumber(eph.satellite);
     r.week = eph.week;
@@ -351,7 +355,6 @@ qint64 NavigationWriter::writeBd2(QIODevice* file, const decoding::Bd2Ephemeris&
     r.cuc = eph.cuc;
     r.eccentricity = eph.eccentricity;
     r.cus = eph.cus;
-    r.sqrtA = std::sqrt(eph.a);
     r.toe = eph.toe;
     r.cic = eph.cic;
     r.omega0 = eph.omega0;
@@ -361,49 +364,31 @@ qint64 NavigationWriter::writeBd2(QIODevice* file, const decoding::Bd2Ephemeris&
     r.omega = eph.omega;
     r.omegaDot = eph.omegaDot;
     r.iDot = eph.iDot;
-    r.accuracy = std::sqrt(eph.uraVariance);
     r.health = eph.health;
     r.tgd1 = eph.tgd1;
     r.tgd2 = eph.tgd2;
-    r.transmission = eph.tow;
     r.aodc = eph.aodc;
+    return r;
+}
+
+} // namespace
+
+qint64 NavigationWriter::writeBd2(QIODevice* file, const decoding::Bd2Ephemeris& eph) {
+    BeidouRecord r = beidouOrbit(eph);
+    r.sqrtA = std::sqrt(eph.a);
+    r.accuracy = std::sqrt(eph.uraVariance);
+    r.transmission = eph.tow;
     return writeBeidouRecord(file, beidouToe_, r);
 }
 
 qint64 NavigationWriter::writeBeidou(QIODevice* file, const decoding::BeidouEphemeris& eph) {
-    BeidouRecord r;
-    r.satellite = beidouNumber(eph.satellite);
-    r.week = eph.week;
-    r.toc = eph.toc;
-    r.a0 = eph.a0;
-    r.a1 = eph.a1;
-    r.a2 = eph.a2;
-    r.aode = eph.aode;
-    r.crs = eph.crs;
-    r.deltaN = eph.deltaN;
-    r.m0 = eph.m0;
-    r.cuc = eph.cuc;
-    r.eccentricity = eph.eccentricity;
-    r.cus = eph.cus;
+    BeidouRecord r = beidouOrbit(eph);
     r.sqrtA = eph.sqrtA;
-    r.toe = eph.toe;
-    r.cic = eph.cic;
-    r.omega0 = eph.omega0;
-    r.cis = eph.cis;
-    r.i0 = eph.i0;
-    r.crc = eph.crc;
-    r.omega = eph.omega;
-    r.omegaDot = eph.omegaDot;
-    r.iDot = eph.iDot;
     r.accuracy = eph.ura;
-    r.health = eph.health;
-    r.tgd1 = eph.tgd1;
-    r.tgd2 = eph.tgd2;
     // BeiDou time runs 14 s behind GPS time.
     double transmission = eph.header.milliseconds / 1000.0 - 14.0;
     if (transmission < 0) transmission += 604800.0;
     r.transmission = transmission;
-    r.aodc = eph.aodc;
     return writeBeidouRecord(file, beidouToe_, r);
 }
 
