@@ -48,6 +48,9 @@ inline int parseValue(const char* f, int64_t* v) {
         negative = true;
         ++i;
     }
+    // Plain digits without leading zeros (a lone 0 before the point is fine): the compact
+    // form keeps the number, not its spelling.
+    if (i < 9 && f[i] == '0') return -1;
     int64_t x = 0;
     for (; i < 10; ++i) {
         if (!isDigit(f[i])) return -1;
@@ -151,6 +154,7 @@ bool CompactRinexEncoder::addLine(const char* text, size_t length) {
     if (stage_ == Stage::Failed) return false;
     if (length > 0 && text[length - 1] == '\r') --length;
     while (length > 0 && text[length - 1] == ' ') --length;
+    if (length > 0 && text[length - 1] == '\r') return fail("line ends in a second carriage return");
     if (length > kMaxLineLength) return fail("line longer than " + std::to_string(kMaxLineLength) + " characters");
     if (outSize_ >= kOutBlock && !flushOut()) return false;
     switch (stage_) {
@@ -259,6 +263,7 @@ bool CompactRinexEncoder::parseClock(const char* field, size_t length, size_t po
         negative = true;
         ++i;
     }
+    if (i + 1 < pointAt && field[i] == '0') return false;
     int64_t x = 0;
     for (; i < pointAt; ++i) {
         if (!isDigit(field[i])) return false;
@@ -335,6 +340,7 @@ bool CompactRinexEncoder::epochContinuation1(const char* text, size_t length) {
     const int here = remaining < 12 ? remaining : 12;
     if (length != 32 + 3 * size_t(here) || std::memcmp(text, kBlanks, 16) != 0 || std::memcmp(text + 16, kBlanks, 16) != 0)
         return fail("expected a continuation line with " + std::to_string(here) + " satellites from column 33");
+    if (std::memchr(text + 32, '&', 3 * size_t(here))) return fail("'&' in a satellite ID");
     epochText_.append(text + 32, 3 * size_t(here));
     for (int i = 0; i < here; ++i) ids_[size_t(idsRead_ + i)] = idKey(text + 32 + 3 * i);
     idsRead_ += here;
@@ -351,6 +357,9 @@ bool CompactRinexEncoder::listComplete1() {
 }
 
 bool CompactRinexEncoder::startEpoch(const char* text, size_t length, size_t clockStart, size_t clockLength) {
+    // '&' means "blank" in the compact epoch line.
+    if (std::memchr(text, '&', length < clockStart ? length : clockStart))
+        return fail("'&' in an epoch line");
     haveClock_ = length > clockStart;
     if (haveClock_) {
         // Version 3: F15.12 in columns 42-56, point in 44; version 1: F12.9 in 69-80, point in 71.
@@ -425,6 +434,7 @@ bool CompactRinexEncoder::satelliteLine3(const char* text, size_t length) {
     const size_t data = length > 3 ? length - 3 : 0;
     std::memcpy(record_.data(), text + 3, data);
     std::memset(record_.data() + data, ' ', width - data);
+    if (id[0] == '&' || id[1] == '&' || id[2] == '&') return fail("'&' in a satellite ID");
     const uint32_t key = idKey(id);
     if (!insertCurrent(key, currentCount_)) return false;
     epochText_.append(id, 3);
@@ -479,6 +489,11 @@ bool CompactRinexEncoder::encodeSatellite(uint32_t id, int types, const char* re
             char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
             return fail(std::string("satellite ") + name + ", observation " + std::to_string(j + 1) +
                         ": not a number of the form F14.3 ('" + std::string(field, 14) + "')");
+        }
+        if (field[14] == '&' || field[15] == '&') {
+            char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
+            return fail(std::string("satellite ") + name + ", observation " + std::to_string(j + 1) +
+                        ": '&' as a flag");
         }
         sat.flags[2 * size_t(j)] = field[14];
         sat.flags[2 * size_t(j) + 1] = field[15];

@@ -289,6 +289,13 @@ TEST(CompactRinexEncoder, RefusesWhatItCannotEncode) {
         {"types zero", header3({"G    0"}), "line 4: SYS / # / OBS TYPES: the number of types must be 1 to 100"},
         {"types beyond", header3({"G  101 C1C"}), "the number of types must be 1 to 100"},
         {"long line", h + std::string(3000, 'x') + "\n", "line 6: line longer than 2046 characters"},
+        {"leading zeros", h + epoch3(0, 0, 1) + "G01" + "      0012.345" + "\n", "not a number of the form F14.3"},
+        {"clock leading zeros", h + "> 2018 07 19 00 00  0.0000000  0  1      00.000000000000\n" + ok,
+         "receiver clock offset"},
+        {"ampersand flag", h + epoch3(0, 0, 1) + "G01" + fields({{"1.000", '&'}}) + "\n", "'&' as a flag"},
+        {"ampersand epoch", h + "> 2018 07 19 00 00  0.0000000  0  1   &\n" + ok, "line 6: '&' in an epoch line"},
+        {"ampersand ID", header3({"&    1 C1C"}) + epoch3(0, 0, 1) + "&01" + "\n", "'&' in a satellite ID"},
+        {"lone carriage return", h + epoch3(0, 0, 1) + "G01     1.000\r\r\n", "second carriage return"},
     };
     for (const Case& c : cases) {
         std::string compact, error;

@@ -145,7 +145,8 @@ bool expandCompactRinex(const std::string& compact, std::string* plain, std::str
     };
     for (;; ++i) {
         if (i >= lines.size()) return fail("no END OF HEADER");
-        takeTypes(lines[i]);
+        // In the header of version 1, the first count holds.
+        if (!(version == 1 && types.count(' '))) takeTypes(lines[i]);
         out << trimmed(lines[i]) << '\n';
         if (padded(lines[i], 80).substr(60, 13) == "END OF HEADER") break;
     }
@@ -339,7 +340,7 @@ std::string normalisedPlainRinex(const std::string& plain) {
     auto emit = [&](const std::string& line) { out << trimmed(line) << '\n'; };
     if (!lines.empty() && lines[0].size() > 5 && lines[0][5] == '2') version = 2;
     for (; i < lines.size(); ++i) {
-        takeTypes(lines[i]);
+        if (!(version == 2 && types.count(' '))) takeTypes(lines[i]);
         emit(lines[i]);
         if (padded(lines[i], 80).substr(60, 13) == "END OF HEADER") break;
     }
