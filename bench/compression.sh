@@ -67,7 +67,6 @@ timed() {
     awk -v a="$t0" -v b="$t1" '{ printf "%.4f %.2f %d\n", b - a, $1 + $2, $3 }' "$work_dir/time"
 }
 
-rows=()
 load_start="$(cut -d' ' -f1-3 /proc/loadavg)"
 IFS=, read -r -a log_list <<<"$logs"
 IFS=, read -r -a rate_list <<<"$rates"
@@ -92,7 +91,7 @@ for log in "${log_list[@]}"; do
             crx_bytes="$(stat -c %s "$out/bench.24D")"
             crxgz_bytes="$(stat -c %s "$out/bench.24D.gz")"
             gz_bytes="$(stat -c %s "$out/bench.24O.gz")"
-            echo "   run $run: convert ${wall[convert]##* } ..." >&2
+            echo "   run $run: convert $(awk '{ print $NF }' <<<"${wall[convert]}") s, crx $(awk '{ print $NF }' <<<"${wall[crx]}") s" >&2
         done
         rm -rf "$work_dir/out" "$input"
         m() { tr ' ' '\n' <<<"$1" | grep . | median; }
@@ -100,12 +99,12 @@ for log in "${log_list[@]}"; do
         xw="$(m "${wall[crx]}")"; xc="$(m "${cpu[crx]}")"; xr="$(m "${rss[crx]}")"
         zw="$(m "${wall[crx.gz]}")"; zc="$(m "${cpu[crx.gz]}")"
         gw="$(m "${wall[gz]}")"; gc="$(m "${cpu[gz]}")"
-        rows+=("$(awk -v lg="$log" -v rate="$rate" -v cw="$cw" -v cc="$cc" -v xw="$xw" -v xc="$xc" -v xr="$xr" \
+        awk -v lg="$log" -v rate="$rate" -v cw="$cw" -v cc="$cc" -v xw="$xw" -v xc="$xc" -v xr="$xr" \
             -v zw="$zw" -v zc="$zc" -v gw="$gw" -v gc="$gc" -v pb="$plain_bytes" -v xb="$crx_bytes" \
             -v zb="$crxgz_bytes" -v gb="$gz_bytes" 'BEGIN {
             printf "| %s | %d Hz | %.1f | %.3f (%.2f) | %.3f (%.2f) | **%.2f** (%.2f) | %.1f | %.3f (%.2f) | %.3f (%.2f) | %.1f | %.1f | %.1f | %.1f |",
                 lg, rate, pb / 1e6, cw, cc, xw, xc, xw / cw, (cc > 0 ? xc / cc : 0), pb / 1e6 / xw, zw, zc, gw, gc,
-                xr / 1024, xb / 1e6, zb / 1e6, gb / 1e6 }')")
+                xr / 1024, xb / 1e6, zb / 1e6, gb / 1e6 }' >>"$work_dir/rows"
         unset wall cpu rss
     done
 done
@@ -116,5 +115,5 @@ done
     echo
     echo "| log | rate | obs MB | convert s | crx s | crx / convert | crx MB/s | crx.gz s | gz s | crx peak RSS MB | crx MB | crx.gz MB | gz MB |"
     echo "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
-    printf '%s\n' "${rows[@]}"
+    cat "$work_dir/rows"
 } | tee ${results:+"$results"}
