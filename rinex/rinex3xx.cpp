@@ -147,7 +147,7 @@ bool Rinex3xx::setPresetSignals(const QMap<char, QList<QByteArray>>& signalCodes
             for (const SignalColumn& c : columns)
                 known = known || (c.code[0] == code[0] && c.code[1] == code[1]);
             if (known) continue;
-            SignalColumn column{{code[0], code[1], 0}, columns.size(), 0};
+            SignalColumn column{{code[0], code[1], 0}, int(columns.size()), 0};
             columns.append(column);
         }
     }

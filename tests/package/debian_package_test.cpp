@@ -228,9 +228,13 @@ TEST_F(DebianPackage, ControlFieldsNameThePackageAndTheQtRuntime) {
     EXPECT_FALSE(fields.value("Description").isEmpty());
 
     const QSet<QString> depends = dependencyNames(fields.value("Depends"));
-    for (const char* runtime : {"libqt5core5a", "libqt5gui5", "libqt5widgets5", "libstdc++6"})
+    // The runtime packages of the Qt the programs are built with.
+    QStringList runtimes = QStringLiteral(VELMOOR_QT_RUNTIME_PACKAGES).split(' ');
+    runtimes << "libstdc++6";
+    ASSERT_EQ(runtimes.size(), 4);
+    for (const QString& runtime : runtimes)
         EXPECT_TRUE(depends.contains(runtime))
-            << runtime << " missing in Depends: " << fields.value("Depends").toStdString();
+            << runtime.toStdString() << " missing in Depends: " << fields.value("Depends").toStdString();
     for (const QString& name : depends)
         EXPECT_FALSE(name.endsWith("-dev")) << "development package in Depends: " << name.toStdString();
 }
