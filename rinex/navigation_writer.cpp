@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "gnss/gps_calendar.h"
 #include "rinex/number_format.h"
 
 namespace rinex {
@@ -15,39 +16,6 @@ namespace {
 
 constexpr int kLineCapacity = 160;
 constexpr char kConverterVersion[] = "1.9.2012.9";
-
-struct Calendar {
-    int year, month, day, hour, minute, second;
-};
-
-// GPS week and milliseconds of week to a calendar date, without leap seconds. The
-// milliseconds may lie outside the week (GLONASS epochs shifted by the leap seconds).
-Calendar gpsCalendar(qint64 week, qint64 milliseconds) {
-    const qint64 total = week * 604800000LL + milliseconds;
-    qint64 seconds = total >= 0 ? total / 1000 : -((-total + 999) / 1000);
-    qint64 days = seconds >= 0 ? seconds / 86400 : -((-seconds + 86399) / 86400);
-    qint64 secondOfDay = seconds - days * 86400;
-
-    // Days from 1970-01-01; the GPS origin 1980-01-06 is day 3657.
-    qint64 z = days + 3657 + 719468;
-    const qint64 era = (z >= 0 ? z : z - 146096) / 146097;
-    const qint64 doe = z - era * 146097;
-    const qint64 yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const qint64 doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const qint64 mp = (5 * doy + 2) / 153;
-    const qint64 d = doy - (153 * mp + 2) / 5 + 1;
-    const qint64 m = mp < 10 ? mp + 3 : mp - 9;
-    const qint64 y = yoe + era * 400 + (m <= 2 ? 1 : 0);
-
-    Calendar c;
-    c.year = static_cast<int>(y);
-    c.month = static_cast<int>(m);
-    c.day = static_cast<int>(d);
-    c.hour = static_cast<int>(secondOfDay / 3600);
-    c.minute = static_cast<int>(secondOfDay % 3600 / 60);
-    c.second = static_cast<int>(secondOfDay % 60);
-    return c;
-}
 
 qint64 roundedMilliseconds(double seconds) {
     return static_cast<qint64>(std::llround(seconds * 1000.0));
@@ -70,7 +38,7 @@ qint64 writeLine(QIODevice* file, const char* line, int length) {
 }
 
 // "X%02d %04d %02d %02d %02d %02d %02d" and three values.
-qint64 writeFirstLine(QIODevice* file, char system, int satellite, const Calendar& c, double v0, double v1,
+qint64 writeFirstLine(QIODevice* file, char system, int satellite, const gnss::CalendarTime& c, double v0, double v1,
                       double v2) {
     char line[kLineCapacity];
     int n = std::snprintf(line, sizeof line, "%c%02d %04d %02d %02d %02d %02d %02d", system, satellite,
@@ -146,7 +114,7 @@ qint64 writeGalileoRecord(QIODevice* file, QMap<quint32, double>& lastToe, const
     const auto last = lastToe.constFind(r.satellite);
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
     if (!plausibleEpoch(r.week, r.toc)) return 0;
-    const Calendar c = gpsCalendar(r.week, roundedMilliseconds(r.toc));
+    const gnss::CalendarTime c = gnss::gpsCalendar(r.week, roundedMilliseconds(r.toc));
     qint64 bytes = writeFirstLine(file, 'E', static_cast<int>(r.satellite), c, r.af0, r.af1, r.af2);
     bytes += writeOrbitLine(file, r.iodNav, r.crs, r.deltaN, r.m0);
     bytes += writeOrbitLine(file, r.cuc, r.eccentricity, r.cus, r.sqrtA);
@@ -165,7 +133,7 @@ qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const 
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
     if (!plausibleEpoch(r.week + 1356, r.toc)) return 0;
     // BeiDou week 0 is GPS week 1356: this gives the calendar of BeiDou time.
-    const Calendar c = gpsCalendar(r.week + 1356, roundedMilliseconds(r.toc));
+    const gnss::CalendarTime c = gnss::gpsCalendar(r.week + 1356, roundedMilliseconds(r.toc));
     qint64 bytes = writeFirstLine(file, 'C', static_cast<int>(r.satellite), c, r.a0, r.a1, r.a2);
     bytes += writeOrbitLine(file, r.aode, r.crs, r.deltaN, r.m0);
     bytes += writeOrbitLine(file, r.cuc, r.eccentricity, r.cus, r.sqrtA);
@@ -297,7 +265,7 @@ qint64 NavigationWriter::writeGps(QIODevice* file, const decoding::GpsEphemeris&
     if (eph.iode1 != eph.iode2) return 0;
     if (!plausibleEpoch(eph.week, eph.toe)) return 0;
 
-    const Calendar c = gpsCalendar(eph.week, roundedMilliseconds(eph.toe));
+    const gnss::CalendarTime c = gnss::gpsCalendar(eph.week, roundedMilliseconds(eph.toe));
     qint64 bytes = writeFirstLine(file, 'G', static_cast<int>(eph.satellite), c, eph.af0, eph.af1, eph.af2);
     bytes += writeOrbitLine(file, eph.iode1, eph.crs, eph.deltaN, eph.m0);
     bytes += writeOrbitLine(file, eph.cuc, eph.eccentricity, eph.cus, std::sqrt(eph.a));
@@ -320,7 +288,7 @@ qint64 NavigationWriter::writeGlonass(QIODevice* file, const decoding::GlonassEp
     if (leapSeconds == 99 && eph.timeOffset >= 10702 && eph.timeOffset <= 10799)
         leapSeconds = static_cast<qint32>(eph.timeOffset) - 10800;
 
-    const Calendar c = gpsCalendar(eph.week, static_cast<qint64>(eph.referenceTime) + leapSeconds * 1000LL);
+    const gnss::CalendarTime c = gnss::gpsCalendar(eph.week, static_cast<qint64>(eph.referenceTime) + leapSeconds * 1000LL);
     // The leap seconds go into the millisecond count unscaled here: kept as the
     // converter always wrote it.
     const uint32_t day = (static_cast<uint32_t>(leapSeconds) + eph.referenceTime) / 86400000u;

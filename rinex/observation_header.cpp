@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "rinex/gps_calendar.h"
+#include "gnss/gps_calendar.h"
 
 namespace {
 
@@ -217,11 +217,11 @@ bool Rinex3xx::writeObservationHeader() {
     writeObsTypes(signalMap);
 
     writeHeaderLine("%10.3f%50s%-20s\r\n", interval_ * 0.001, "", "INTERVAL");
-    const rinex::CalendarTime first = rinex::calendarFromMilliseconds(firstEpoch_ / 1000 * 1000);
+    const gnss::CalendarTime first = gnss::calendarFromMilliseconds(firstEpoch_ / 1000 * 1000);
     writeHeaderLine("%6d%6d%6d%6d%6d%13.7f     GPS%9s%-20s\r\n", first.year, first.month, first.day,
                     first.hour, first.minute, first.second + (firstEpoch_ % 1000) * 0.001, "",
                     "TIME OF FIRST OBS");
-    const rinex::CalendarTime last = rinex::calendarFromMilliseconds(lastEpoch_ / 1000 * 1000);
+    const gnss::CalendarTime last = gnss::calendarFromMilliseconds(lastEpoch_ / 1000 * 1000);
     writeHeaderLine("%6d%6d%6d%6d%6d%13.7f     GPS%9s%-20s\r\n", last.year, last.month, last.day, last.hour,
                     last.minute, last.second + (lastEpoch_ % 1000) * 0.001, "", "TIME OF LAST OBS");
 

@@ -2,6 +2,7 @@
 
 #include "decoding/log_header.h"
 #include "decoding/range_decoders.h"
+#include "gnss/constants.h"
 #include "encoder/board_frame.h"
 
 using namespace decoding;
@@ -10,7 +11,7 @@ using encoding::Bytes;
 
 namespace {
 
-constexpr double kC = 299792458.0;
+constexpr double kC = gnss::kSpeedOfLight;
 
 struct Frame {
     Bytes bytes;

@@ -4,6 +4,7 @@
 
 #include "decoding/log_header.h"
 #include "decoding/range_decoders.h"
+#include "gnss/constants.h"
 #include "encoder/board_frame.h"
 
 using namespace decoding;
@@ -12,7 +13,7 @@ using encoding::Bytes;
 
 namespace {
 
-constexpr double kC = 299792458.0;
+constexpr double kC = gnss::kSpeedOfLight;
 constexpr double k2Pow22 = 4194304.0;
 constexpr double k2Pow23 = 8388608.0;
 

@@ -4,6 +4,7 @@
 
 #include "decoding/log_header.h"
 #include "decoding/range_decoders.h"
+#include "gnss/constants.h"
 #include "encoder/range_encoder.h"
 
 using namespace decoding;
@@ -11,7 +12,7 @@ using namespace encoding;
 
 namespace {
 
-constexpr double kC = 299792458.0;
+constexpr double kC = gnss::kSpeedOfLight;
 
 RangeSignal gpsL1(int satellite, double pseudorange) {
     RangeSignal s;

@@ -24,6 +24,8 @@
 #include "decoding/position_time.h"
 #include "decoding/range_decoders.h"
 #include "decoding/stream_sync.h"
+#include "gnss/constants.h"
+#include "gnss/gps_calendar.h"
 #include "support/stream_manifest.h"
 
 namespace {
@@ -173,40 +175,6 @@ bool closeRelative(double expected, double got, double tolerance) {
 }
 
 // ---------------------------------------------------------------------------------
-// GPS time to calendar, without leap seconds.
-
-struct CivilTime {
-    int64_t year, month, day, hour, minute;
-    double second;
-};
-
-CivilTime gpsCalendar(int64_t week, int64_t milliseconds) {
-    const int64_t total = week * 604800000LL + milliseconds;
-    int64_t days = total / 86400000LL;
-    int64_t msOfDay = total % 86400000LL;
-    if (msOfDay < 0) {
-        msOfDay += 86400000LL;
-        days -= 1;
-    }
-    days += 3657; // 1980-01-06 counted from 1970-01-01
-    // Days since 1970-01-01 to a proleptic Gregorian date.
-    const int64_t z = days + 719468;
-    const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-    const int64_t doe = z - era * 146097;
-    const int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const int64_t mp = (5 * doy + 2) / 153;
-    CivilTime t{};
-    t.day = doy - (153 * mp + 2) / 5 + 1;
-    t.month = mp < 10 ? mp + 3 : mp - 9;
-    t.year = yoe + era * 400 + (t.month <= 2 ? 1 : 0);
-    t.hour = msOfDay / 3600000;
-    t.minute = msOfDay / 60000 % 60;
-    t.second = double(msOfDay % 60000) / 1000.0;
-    return t;
-}
-
-// ---------------------------------------------------------------------------------
 // Range logs decoded as the writer does: one log is one epoch.
 
 struct DecodedSignal {
@@ -307,7 +275,7 @@ struct MappedNav {
     int result = 0; // decoder result
     char sys = 0;
     int sat = 0;
-    CivilTime epoch{};
+    gnss::CalendarTime epoch{};
     std::vector<NavLine> lines;
     testsupport::NavKey key;
     std::map<std::string, double> extra; // fields the manifest also states
@@ -358,7 +326,7 @@ MappedNav mapNav(const DeliveredFrame& frame, const NavRecord& expected, WriterL
         out.result = decoding::decodeGpsEphemeris(bytes, h, r);
         out.sys = 'G';
         out.sat = int(r.satellite);
-        out.epoch = gpsCalendar(r.week, std::llround(r.toe * 1000.0));
+        out.epoch = gnss::gpsCalendar(r.week, std::llround(r.toe * 1000.0));
         out.key = {'G', int(r.satellite), r.toe};
         out.lines.push_back({r.af0, r.af1, r.af2});
         out.lines.push_back({double(r.iode1), r.crs, r.deltaN, r.m0});
@@ -379,7 +347,7 @@ MappedNav mapNav(const DeliveredFrame& frame, const NavRecord& expected, WriterL
             leap.seconds = int(r.timeOffset) - 10800;
         out.sys = 'R';
         out.sat = int(r.slot) - 37;
-        out.epoch = gpsCalendar(r.week, int64_t(r.referenceTime) + int64_t(leap.seconds) * 1000);
+        out.epoch = gnss::gpsCalendar(r.week, int64_t(r.referenceTime) + int64_t(leap.seconds) * 1000);
         out.key = {'R', int(r.slot), double(r.referenceTime)};
         // Message frame time: leap seconds added to the milliseconds unscaled, as the writer does.
         const uint32_t day = uint32_t(int64_t(r.referenceTime) + leap.seconds) / 86400000u;
@@ -400,7 +368,7 @@ MappedNav mapNav(const DeliveredFrame& frame, const NavRecord& expected, WriterL
         const unsigned health = r.e1bDvs | r.e1bHealth << 1 | r.e5bDvs << 6 | r.e5bHealth << 7;
         out.sys = 'E';
         out.sat = int(r.satellite);
-        out.epoch = gpsCalendar(week, int64_t(r.toc) * 1000);
+        out.epoch = gnss::gpsCalendar(week, int64_t(r.toc) * 1000);
         out.key = {'E', int(r.satellite), double(r.toe)};
         out.lines.push_back({r.af0, r.af1, r.af2});
         galileoOrbit(out, r.iodNav, r.crs, r.deltaN, r.m0, r.cuc, r.eccentricity, r.cus, r.sqrtA, r.toe,
@@ -417,7 +385,7 @@ MappedNav mapNav(const DeliveredFrame& frame, const NavRecord& expected, WriterL
         const unsigned health = r.e5aDvs << 3 | r.e5aHealth << 4;
         out.sys = 'E';
         out.sat = int(r.satellite);
-        out.epoch = gpsCalendar(week, int64_t(r.toc) * 1000);
+        out.epoch = gnss::gpsCalendar(week, int64_t(r.toc) * 1000);
         out.key = {'E', int(r.satellite), double(r.toe)};
         out.lines.push_back({r.af0, r.af1, r.af2});
         galileoOrbit(out, r.iodNav, r.crs, r.deltaN, r.m0, r.cuc, r.eccentricity, r.cus, r.sqrtA, r.toe,
@@ -438,7 +406,7 @@ MappedNav mapNav(const DeliveredFrame& frame, const NavRecord& expected, WriterL
         const double sources = inav ? 517 : 258;
         out.sys = 'E';
         out.sat = int(r.satellite);
-        out.epoch = gpsCalendar(week, std::llround(toc * 1000.0));
+        out.epoch = gnss::gpsCalendar(week, std::llround(toc * 1000.0));
         out.key = {'E', int(r.satellite), double(r.toe)};
         if (inav)
             out.lines.push_back({r.inavAf0, r.inavAf1, r.inavAf2});
@@ -459,7 +427,7 @@ MappedNav mapNav(const DeliveredFrame& frame, const NavRecord& expected, WriterL
         if (transmission < 0) transmission += 604800;
         out.sys = 'C';
         out.sat = sat;
-        out.epoch = gpsCalendar(int64_t(r.week) + 1356, int64_t(r.toc) * 1000);
+        out.epoch = gnss::gpsCalendar(int64_t(r.week) + gnss::kBeidouWeekOffset, int64_t(r.toc) * 1000);
         out.key = {'C', sat, double(r.toe)};
         out.lines.push_back({r.a0, r.a1, r.a2});
         out.lines.push_back({double(r.aode), r.crs, r.deltaN, r.m0});
@@ -477,7 +445,7 @@ MappedNav mapNav(const DeliveredFrame& frame, const NavRecord& expected, WriterL
         const int sat = r.satellite >= 161 ? int(r.satellite) - 160 : int(r.satellite);
         out.sys = 'C';
         out.sat = sat;
-        out.epoch = gpsCalendar(int64_t(r.week) + 1356, std::llround(r.toc * 1000.0));
+        out.epoch = gnss::gpsCalendar(int64_t(r.week) + gnss::kBeidouWeekOffset, std::llround(r.toc * 1000.0));
         out.key = {'C', sat, r.toe};
         out.lines.push_back({r.a0, r.a1, r.a2});
         out.lines.push_back({double(r.aode), r.crs, r.deltaN, r.m0});
@@ -740,7 +708,8 @@ void compareNav(const std::string& at, const NavRecord& e, const MappedNav& g, M
         bad.add(at + ": satellite " + g.sys + std::to_string(g.sat) + ", expected " + e.sys +
                 std::to_string(e.sat));
     const double epoch[6] = {double(g.epoch.year), double(g.epoch.month),  double(g.epoch.day),
-                             double(g.epoch.hour), double(g.epoch.minute), g.epoch.second};
+                             double(g.epoch.hour), double(g.epoch.minute),
+                             double(g.epoch.second * 1000 + g.epoch.millisecond) / 1000.0};
     for (size_t i = 0; i < 6; ++i)
         if (epoch[i] != e.epoch[i]) {
             bad.add(at + ": epoch field " + std::to_string(i) + " expected " + number(e.epoch[i]) + " got " +
