@@ -9,13 +9,13 @@
 
 #include "gnss/gps_calendar.h"
 #include "rinex/number_format.h"
+#include "velmoor/versions.h"
 
 namespace rinex {
 
 namespace {
 
 constexpr int kLineCapacity = 160;
-constexpr char kConverterVersion[] = "1.9.2012.9";
 
 qint64 roundedMilliseconds(double seconds) {
     return static_cast<qint64>(std::llround(seconds * 1000.0));
@@ -244,7 +244,7 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
         break;
     }
 
-    n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", kConverterVersion, "COMMENT");
+    n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", VELMOOR_CONVERTER_VERSION, "COMMENT");
     writeLine(file, line, n);
     file->seek(file->size());
     return true;

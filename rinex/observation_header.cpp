@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "gnss/gps_calendar.h"
+#include "velmoor/versions.h"
 
 namespace {
 
@@ -264,7 +265,7 @@ bool Rinex3xx::writeObservationHeader() {
     if (leap != 99 && -leap >= -99999 && -leap <= 999999)
         writeHeaderLine("%6d%54s%-20s\r\n", int(-leap), "", "LEAP SECONDS");
 
-    writeHeaderLine("CONVERTER VERSION = %-40s%-20s\r\n", "1.9.2012.9", "COMMENT");
+    writeHeaderLine("CONVERTER VERSION = %-40s%-20s\r\n", VELMOOR_CONVERTER_VERSION, "COMMENT");
 
     // The user's comments fill what is left of the reserved COMMENT lines.
     const qint64 room = 64 - file.pos() / kLineBytes;

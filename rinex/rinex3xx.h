@@ -14,6 +14,7 @@
 #include "decoding/iono_utc.h"
 #include "decoding/position_time.h"
 #include "rinex/navigation_writer.h"
+#include "velmoor/versions.h"
 
 // Forward declarations keep the decoder headers out of the writer's users.
 namespace decoding {
@@ -151,7 +152,7 @@ private:
 
     // options
     int minorVersion_ = 4;
-    QByteArray program_ = "Velmoor"; // no option sets it: name the program that wrote the file
+    QByteArray program_ = VELMOOR_RINEX_PROGRAM; // no option sets it: name the program that wrote the file
     QByteArray runBy_;
     QByteArray markerName_, markerNumber_, markerType_ = "GEODETIC";
     QByteArray observer_, agency_;

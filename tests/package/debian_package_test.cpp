@@ -17,7 +17,7 @@
 #include "support/qt_core_application.h"
 #include <zlib.h>
 
-#include "cli/versions.h"
+#include "velmoor/versions.h"
 
 // Readable failure messages for Qt strings.
 void PrintTo(const QString& text, std::ostream* stream) {
@@ -356,7 +356,7 @@ TEST_F(DebianPackage, InstalledConverterShowsProgramAndConverterVersions) {
     const ProcessResult result = run(Converter, {"--version"});
     ASSERT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out,
-              QString("velmoor-convert %1 (converter %2)\n").arg(cli::ProgramVersion, cli::ConverterVersion));
+              QString("velmoor-convert %1 (converter %2)\n").arg(VELMOOR_PROGRAM_VERSION, VELMOOR_CONVERTER_VERSION));
 }
 
 TEST_F(DebianPackage, ManualPageMatchesHelpOptionForOption) {
