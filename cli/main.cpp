@@ -10,8 +10,8 @@
 #include "cli/interrupt.h"
 #include "cli/job_runner.h"
 #include "cli/progress_output.h"
-#include "velmoor/versions.h"
 #include "params/file_header.h"
+#include "velmoor/versions.h"
 
 namespace {
 

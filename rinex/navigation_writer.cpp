@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "gnss/constants.h"
 #include "gnss/gps_calendar.h"
 #include "rinex/number_format.h"
 #include "velmoor/versions.h"
@@ -38,8 +39,8 @@ qint64 writeLine(QIODevice* file, const char* line, int length) {
 }
 
 // "X%02d %04d %02d %02d %02d %02d %02d" and three values.
-qint64 writeFirstLine(QIODevice* file, char system, int satellite, const gnss::CalendarTime& c, double v0, double v1,
-                      double v2) {
+qint64 writeFirstLine(QIODevice* file, char system, int satellite, const gnss::CalendarTime& c, double v0,
+                      double v1, double v2) {
     char line[kLineCapacity];
     int n = std::snprintf(line, sizeof line, "%c%02d %04d %02d %02d %02d %02d %02d", system, satellite,
                           c.year, c.month, c.day, c.hour, c.minute, c.second);
@@ -131,9 +132,10 @@ qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const 
     if (!isOpen(file)) return 0;
     const auto last = lastToe.constFind(r.satellite);
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
-    if (!plausibleEpoch(r.week + 1356, r.toc)) return 0;
-    // BeiDou week 0 is GPS week 1356: this gives the calendar of BeiDou time.
-    const gnss::CalendarTime c = gnss::gpsCalendar(r.week + 1356, roundedMilliseconds(r.toc));
+    const qint64 week = r.week + gnss::kBeidouWeekOffset;
+    if (!plausibleEpoch(week, r.toc)) return 0;
+    // BeiDou week 0 began in GPS week 1356: this gives the calendar of BeiDou time.
+    const gnss::CalendarTime c = gnss::gpsCalendar(week, roundedMilliseconds(r.toc));
     qint64 bytes = writeFirstLine(file, 'C', static_cast<int>(r.satellite), c, r.a0, r.a1, r.a2);
     bytes += writeOrbitLine(file, r.aode, r.crs, r.deltaN, r.m0);
     bytes += writeOrbitLine(file, r.cuc, r.eccentricity, r.cus, r.sqrtA);
@@ -196,7 +198,7 @@ qint64 reserveNavigationHeader(QIODevice* file, const char* systemText) {
     char line[kLineCapacity];
     qint64 bytes = 0;
     file->seek(0);
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < kNavigationReservedLines; ++i) {
         const int n = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "COMMENT");
         bytes += writeLine(file, line, n);
     }
@@ -211,7 +213,7 @@ qint64 reserveNavigationHeader(QIODevice* file, const char* systemText) {
 }
 
 bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInfo& info) {
-    if (!isOpen(file) || file->size() < 246) return false;
+    if (!isOpen(file) || file->size() < 3 * kHeaderLineBytes) return false;
     file->seek(0);
 
     char line[kLineCapacity];
@@ -235,7 +237,7 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
         writeIonosphereHeader(file, "BDSA", "BDSB", "BDS", info.beidouFirst, info.beidouLatest);
         break;
     case 'G':
-        if (info.leapSeconds != 99) {
+        if (info.leapSeconds != kUnknownLeapSeconds) {
             n = std::snprintf(line, sizeof line, "%6d%54s%-20s\r\n", -info.leapSeconds, "", "LEAP SECONDS");
             writeLine(file, line, n);
         }
@@ -244,7 +246,8 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
         break;
     }
 
-    n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", VELMOOR_CONVERTER_VERSION, "COMMENT");
+    n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", VELMOOR_CONVERTER_VERSION,
+                      "COMMENT");
     writeLine(file, line, n);
     file->seek(file->size());
     return true;
@@ -285,14 +288,20 @@ qint64 NavigationWriter::writeGlonass(QIODevice* file, const decoding::GlonassEp
     if (last != glonassTime_.constEnd() && last.value() == eph.referenceTime) return 0;
 
     // GLONASS time runs 3 h ahead of UTC; the offset to GPS time holds the leap seconds.
-    if (leapSeconds == 99 && eph.timeOffset >= 10702 && eph.timeOffset <= 10799)
-        leapSeconds = static_cast<qint32>(eph.timeOffset) - 10800;
+    // Only offsets that give 1 to 98 leap seconds are believed.
+    if (leapSeconds == kUnknownLeapSeconds && eph.timeOffset >= 10702 && eph.timeOffset <= 10799)
+        leapSeconds = static_cast<qint32>(eph.timeOffset) - gnss::kGlonassSecondsAheadOfUtc;
 
-    const gnss::CalendarTime c = gnss::gpsCalendar(eph.week, static_cast<qint64>(eph.referenceTime) + leapSeconds * 1000LL);
-    // The leap seconds go into the millisecond count unscaled here: kept as the
-    // converter always wrote it.
+    const gnss::CalendarTime c =
+        gnss::gpsCalendar(eph.week, static_cast<qint64>(eph.referenceTime) + leapSeconds * 1000LL);
+    // Message frame time: the record's day in seconds plus tk, which counts in Moscow time
+    // (UTC + 3 h). The day comes from the reference time plus the leap seconds taken as
+    // milliseconds, not seconds, in 32-bit unsigned arithmetic. That is the rule of this
+    // field in the files the writer makes, and their readers (tools/rinex_input) undo it
+    // the same way, so it stays; it gives another day than UTC only in the leap seconds
+    // around midnight.
     const uint32_t day = (static_cast<uint32_t>(leapSeconds) + eph.referenceTime) / 86400000u;
-    const double frameTime = day * 86400.0 + eph.tk - 10800.0;
+    const double frameTime = day * 86400.0 + eph.tk - double(gnss::kGlonassSecondsAheadOfUtc);
 
     qint64 bytes =
         writeFirstLine(file, 'R', static_cast<int>(eph.slot) - 37, c, -eph.tauN, eph.gammaN, frameTime);
@@ -354,8 +363,8 @@ qint64 NavigationWriter::writeBeidou(QIODevice* file, const decoding::BeidouEphe
     r.sqrtA = eph.sqrtA;
     r.accuracy = eph.ura;
     // BeiDou time runs 14 s behind GPS time.
-    double transmission = eph.header.milliseconds / 1000.0 - 14.0;
-    if (transmission < 0) transmission += 604800.0;
+    double transmission = eph.header.milliseconds / 1000.0 - gnss::kBeidouSecondsBehindGps;
+    if (transmission < 0) transmission += double(gnss::kSecondsPerWeek);
     r.transmission = transmission;
     return writeBeidouRecord(file, beidouToe_, r);
 }

@@ -35,8 +35,8 @@ struct MainWindowForm {
     void setupUi(QMainWindow* window);
 };
 
-// "<program version> (yyyy-MM-dd hh:mm)", e.g. "Velmoor.1.1.2012.11 (2020-12-07 09:05)", from the compiler's build date ("Dec  7 2020")
-// and build time ("09:05:59").
+// "<program version> (yyyy-MM-dd hh:mm)", e.g. "Velmoor.1.1.2012.11 (2020-12-07 09:05)", from the compiler's
+// build date ("Dec  7 2020") and build time ("09:05:59").
 QString windowTitleFromBuildStamp(const QString& buildDate, const QString& buildTime);
 
 class MainWindow : public QMainWindow {

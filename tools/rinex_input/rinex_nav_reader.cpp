@@ -60,7 +60,6 @@ std::optional<double> number(const std::string& text, int lineNumber) {
     }
 }
 
-
 void requireSystem(const NavRecord& record, char system) {
     if (record.system != system)
         throw std::invalid_argument(std::string("navigation record of system '") + record.system +
@@ -320,7 +319,8 @@ decoding::GlonassEphemeris toGlonassEphemeris(const NavRecord& r, int leapSecond
     // ((leap + reference time ms) / 86400000) * 86400 + tk - 10800, with leap = -leapSeconds.
     const double frameTime = valueOr0(r.clock(2));
     const uint32_t day = uint32_t(e.referenceTime - uint32_t(leapSeconds)) / 86400000u;
-    e.tk = uint32_t(std::llround(frameTime) - int64_t(day) * gnss::kSecondsPerDay + gnss::kGlonassSecondsAheadOfUtc);
+    e.tk = uint32_t(std::llround(frameTime) - int64_t(day) * gnss::kSecondsPerDay +
+                    gnss::kGlonassSecondsAheadOfUtc);
     e.x = valueOr0(r.orbit(1, 0)) * 1000.0;
     e.vx = valueOr0(r.orbit(1, 1)) * 1000.0;
     e.ax = valueOr0(r.orbit(1, 2)) * 1000.0;

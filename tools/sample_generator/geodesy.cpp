@@ -7,9 +7,8 @@
 namespace sample_generator {
 
 namespace {
-constexpr double kA = 6378137.0;
-constexpr double kF = 1.0 / 298.257223563;
-constexpr double kE2 = kF * (2.0 - kF);
+constexpr double kA = gnss::kWgs84SemiMajorAxis;
+constexpr double kE2 = gnss::kWgs84EccentricitySquared;
 using gnss::kPi;
 } // namespace
 

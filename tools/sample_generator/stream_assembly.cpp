@@ -96,7 +96,8 @@ decoding::TimeSolution timeAt(const rinex_input::ObsEpoch& epoch, int leapSecond
     decoding::TimeSolution t{};
     t.clockStatus = 0; // valid
     t.utcOffset = -leapSeconds;
-    const gnss::CalendarTime utc = gnss::gpsCalendar(epoch.week, int64_t(epoch.msOfWeek) - int64_t(leapSeconds) * 1000);
+    const gnss::CalendarTime utc =
+        gnss::gpsCalendar(epoch.week, int64_t(epoch.msOfWeek) - int64_t(leapSeconds) * 1000);
     t.utcYear = uint32_t(utc.year);
     t.utcMonth = uint8_t(utc.month);
     t.utcDay = uint8_t(utc.day);
