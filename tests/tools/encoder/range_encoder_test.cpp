@@ -4,8 +4,8 @@
 
 #include "decoding/log_header.h"
 #include "decoding/range_decoders.h"
-#include "gnss/constants.h"
 #include "encoder/range_encoder.h"
+#include "gnss/constants.h"
 
 using namespace decoding;
 using namespace encoding;
