@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr int kReservedCommentLines = 64;
-
 // The five output files, in opening order, with the last letter of each name.
 constexpr char kFileLetters[] = {'O', 'C', 'L', 'N', 'G'};
 // System text stamped at byte 40 of each navigation file's reservation.
@@ -131,7 +129,7 @@ bool Rinex3xx::setSignalSearchMode(quint32 mode) {
 }
 
 bool Rinex3xx::setPpkMode(int mode) {
-    if (open_ || mode < 1 || mode > 3) return false;
+    if (open_ || mode < rinex::PpkNone || mode > rinex::PpkMix) return false;
     ppkMode_ = mode;
     return true;
 }
@@ -195,7 +193,7 @@ qint64 Rinex3xx::open(const QString& path) {
     haveUtc_ = false;
     firstUtc_ = decoding::IonoUtcParameters{};
     latestUtc_ = decoding::IonoUtcParameters{};
-    leapSeconds_ = 99;
+    leapSeconds_ = rinex::kUnknownLeapSeconds;
     glonassSlots_.clear();
     signalMap_ = presetSignals_;
     signalMap_.detach(); // the epoch writer changes it; detach now, not on the first epoch
@@ -224,7 +222,7 @@ qint64 Rinex3xx::open(const QString& path) {
     char line[96];
     QFile& obs = files_[FileObservation];
     const int n = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "COMMENT");
-    for (int i = 0; i < kReservedCommentLines; ++i)
+    for (int i = 0; i < rinex::kObservationReservedLines; ++i)
         total += writeLine(obs, line, n);
     const int end = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "END OF HEADER");
     total += writeLine(obs, line, end);
@@ -436,7 +434,7 @@ qint64 Rinex3xx::handleObservationLog(const uint8_t* frame, const decoding::LogH
     epoch_.week = qint16(header.week);
     epoch_.milliseconds = header.milliseconds;
 
-    if (ppkMode_ == 1 || (ppkMode_ == 3 && !markerInProgress_)) return writeEpoch();
+    if (ppkMode_ == rinex::PpkNone || (ppkMode_ == rinex::PpkMix && !markerInProgress_)) return writeEpoch();
     return 0;
 }
 
