@@ -10,6 +10,10 @@
 // reports every file it leaves, one "wrote <path>" message each.
 bool reportsOutputFiles(const ConvertOptions& options);
 
+// The first of the compressed names the plain files would get that exists already; empty
+// when there is none (or no compression is chosen).
+QString existingCompressedFile(const QStringList& plainNames, const ConvertOptions& options);
+
 // Compresses the closed files as the options ask and removes the plain ones. On success the
 // names of the files left behind are stored in finalNames; on failure the text says why
 // (and no partial compressed file is left).

@@ -55,6 +55,16 @@ void ThreadBinaryToRinex::startConvert() {
         if (!inputFile_->open(QIODevice::ReadOnly))
             throw ConvertFailure{QString("open file failed, %1").arg(inputPath)};
 
+        // Compressed short names are known now: an existing one stops the conversion before
+        // anything is written.
+        if (parameters_.value(outputoptions::LongName) != "1") {
+            QStringList plainNames;
+            for (const char letter : {'O', 'C', 'L', 'N', 'G'})
+                plainNames << outputPath.left(outputPath.size() - 1) + QLatin1Char(letter);
+            const QString existing = existingCompressedFile(plainNames, parameters_);
+            if (!existing.isEmpty()) throw ConvertFailure{QString("file exists, %1").arg(existing)};
+        }
+
         writer_ = new Rinex3xx();
         applyOptions();
         if (writer_->open(outputPath) == 0)
