@@ -248,6 +248,33 @@ TEST_F(StreamTest, InterruptClosesTheFilesWithTheirHeaders) {
         EXPECT_TRUE(readAll(file).left(80).endsWith("RINEX VERSION / TYPE")) << file.toStdString();
 }
 
+TEST_F(StreamTest, InterruptWithLongNamesLeavesNoTemporaryFile) {
+    const QByteArray stream = readAll(keyStream_);
+    QDir(dir_.path()).mkdir("out");
+    const QString input = writeFile(dir_.filePath("long.dat"), stream.repeated(40));
+    QProcess process;
+    process.setReadChannel(QProcess::StandardError);
+    process.start(VELMOOR_CONVERT, {"--long-name", "-o", dir_.filePath("out"), input});
+    ASSERT_TRUE(process.waitForStarted(10000));
+    QByteArray err;
+    while (!err.contains("save to") && process.waitForReadyRead(30000))
+        err += process.readAllStandardError();
+    ASSERT_TRUE(err.contains("save to")) << err.toStdString();
+    ::kill(pid_t(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished(60000));
+    err += process.readAllStandardError();
+    if (err.contains("Cost=")) GTEST_SKIP() << "the conversion ended before the interrupt arrived";
+    EXPECT_EQ(process.exitCode(), 128 + SIGINT) << err.toStdString();
+    // The files written so far carry their long names and headers; no temporary file is left.
+    const QStringList files = QDir(dir_.filePath("out")).entryList(QDir::Files | QDir::Hidden);
+    EXPECT_EQ(files.size(), 5) << files.join(' ').toStdString();
+    for (const QString& file : files) {
+        EXPECT_TRUE(file.startsWith("CEBR00XXX_R_2018200")) << file.toStdString();
+        EXPECT_TRUE(readAll(dir_.filePath("out/" + file)).left(80).endsWith("RINEX VERSION / TYPE"))
+            << file.toStdString();
+    }
+}
+
 TEST_F(StreamTest, InfoPrintsTheKeyHeaderRowsAndConvertsNothing) {
     const QString input = copyOfKeyStream("info.dat");
     const ProcessResult result = run({"--info", input});
