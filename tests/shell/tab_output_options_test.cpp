@@ -108,6 +108,17 @@ TEST_F(TabOutputOptions, LongNamesAndSystemsReachTheConversion) {
     EXPECT_TRUE(files.at(2).endsWith("_GN.rnx"));
 }
 
+TEST_F(TabOutputOptions, CompressionRowCompressesTheFinishedFiles) {
+    TabBinaryToRinex3 tab(RealData);
+    setRow(tab, "Compression", "crx.gz", "Compact RINEX and gzip (crx.gz)");
+    answerDialogWith(dir.filePath("packed.20O"));
+    tab.findChild<QPushButton*>("pbConvert")->click();
+    ASSERT_TRUE(guitest::waitFor([&] { return logLines(tab).last().startsWith("Convert "); }, 60000));
+    EXPECT_TRUE(logLines(tab).last().startsWith("Convert Complete, Cost=")) << logLines(tab).join('\n').toStdString();
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files),
+              (QStringList{"packed.20C.gz", "packed.20D.gz", "packed.20G.gz", "packed.20L.gz", "packed.20N.gz"}));
+}
+
 TEST_F(TabOutputOptions, EditorsRefuseWhatCannotBecomeAValue) {
     TabBinaryToRinex3 tab(RealData);
     auto* tree = tab.findChild<WidgetTreeParam*>();
