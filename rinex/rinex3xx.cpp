@@ -212,12 +212,12 @@ qint64 Rinex3xx::open(const QString& path) {
     observedSystems_.clear();
     selectSignals();
 
+    for (bool& created : created_)
+        created = false;
     const QString base = openBase(path);
     if (base.isEmpty()) return 0;
-    for (int i = 0; i < FileCount; ++i) {
+    for (int i = 0; i < FileCount; ++i)
         files_[i].setFileName(base + QLatin1Char(kFileLetters[i]));
-        created_[i] = false;
-    }
     for (int i = 0; i < FileCount; ++i)
         if (fileWanted(i) && files_[i].exists()) return 0;
 
