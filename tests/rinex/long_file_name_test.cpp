@@ -6,6 +6,7 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <unistd.h>
 
 #include "rinex/gps_calendar.h"
@@ -228,6 +229,15 @@ TEST(LongNameWriter, UnwritableFolderFailsAtOpenAndLeavesNothing) {
     EXPECT_EQ(w.writer.open(w.dir.path()), 0);
     QFile::setPermissions(w.dir.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     EXPECT_TRUE(entries(w.dir.path()).isEmpty());
+}
+
+TEST(LongNameWriter, FolderWhereNoFileCanBeMadeFailsAtOpen) {
+    // No file can be created in /proc, not even by the superuser.
+    if (!QFileInfo("/proc/self").isDir()) GTEST_SKIP() << "no /proc";
+    LongNameWriter w;
+    EXPECT_EQ(w.writer.open(QStringLiteral("/proc/self")), 0);
+    EXPECT_TRUE(w.writer.createdFileNames().isEmpty());
+    EXPECT_FALSE(w.writer.isOpen());
 }
 
 TEST(LongNameWriter, MissingFolderFailsAtOpen) {
