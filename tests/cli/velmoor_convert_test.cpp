@@ -268,8 +268,10 @@ TEST_F(StreamTest, InterruptWithLongNamesLeavesNoTemporaryFile) {
     // The files written so far carry their long names and headers; no temporary file is left.
     const QStringList files = QDir(dir_.filePath("out")).entryList(QDir::Files | QDir::Hidden);
     EXPECT_EQ(files.size(), 5) << files.join(' ').toStdString();
+    // The start depends on how far the conversion got before the interrupt.
+    static const QRegularExpression longName("^CEBR00XXX_R_\\d{11}_\\d\\d[MHDYU]_(\\d\\d[CZSMHDU]_MO|[CEGR]N)\\.rnx$");
     for (const QString& file : files) {
-        EXPECT_TRUE(file.startsWith("CEBR00XXX_R_2018200")) << file.toStdString();
+        EXPECT_TRUE(longName.match(file).hasMatch()) << file.toStdString();
         EXPECT_TRUE(readAll(dir_.filePath("out/" + file)).left(80).endsWith("RINEX VERSION / TYPE"))
             << file.toStdString();
     }
