@@ -29,7 +29,7 @@ std::string runOutputOptions(const uint8_t* data, size_t size) {
     using namespace outputoptions;
     const QList<QByteArray> lines =
         QByteArray::fromRawData(reinterpret_cast<const char*>(data), int(size)).split('\n');
-    const QString rows[] = {WindowStart,      WindowEnd,          Interval,           Systems,    LongName,
+    const QString rows[] = {WindowStart,     WindowEnd,        Interval,         Systems,    LongName,
                             LongNameCountry, LongNameMonument, LongNameReceiver, Compression};
     ConvertOptions options;
     for (int i = 0; i < lines.size() && i < int(sizeof rows / sizeof rows[0]); ++i)

@@ -19,7 +19,7 @@ struct LongNameFacts {
     QByteArray markerName;
     qint64 firstEpoch = 0; // 0: no epoch written
     qint64 lastEpoch = 0;
-    qint32 interval = 0;   // ms, 0: fewer than two epochs
+    qint32 interval = 0;        // ms, 0: fewer than two epochs
     qint64 navigationFirst = 0; // reference times of the navigation records, 0: none
     qint64 navigationLast = 0;
     QByteArray observedSystems; // letters of the systems with observations

@@ -60,9 +60,10 @@ void Rinex3xx::selectSignals() {
 
 void Rinex3xx::dropLeftOutSystems() {
     auto& entries = epoch_.entries;
-    entries.erase(std::remove_if(entries.begin(), entries.end(),
-                                 [this](const EpochWorkArea::Entry& e) { return !filter_.keepsSystem(e.system); }),
-                  entries.end());
+    entries.erase(
+        std::remove_if(entries.begin(), entries.end(),
+                       [this](const EpochWorkArea::Entry& e) { return !filter_.keepsSystem(e.system); }),
+        entries.end());
 }
 
 bool Rinex3xx::epochWanted(quint32 millisecondsOfWeek) const {
@@ -85,8 +86,8 @@ qint64 Rinex3xx::startOfMovingEvent() {
     return writeStartOfMoving();
 }
 
-qint64 Rinex3xx::newSiteEvent(const QByteArray& name, const QByteArray& number, double antennaHeight, double x,
-                              double y, double z) {
+qint64 Rinex3xx::newSiteEvent(const QByteArray& name, const QByteArray& number, double antennaHeight,
+                              double x, double y, double z) {
     pendingSite_.pending = false;
     if (filter_.inWindow(streamTime_)) return writeNewSite(name, number, antennaHeight, x, y, z);
     if (streamTime_ < filter_.start()) pendingSite_ = PendingSite{true, name, number, antennaHeight, x, y, z};

@@ -27,8 +27,9 @@ TEST(OutputOptions, GpsTimeForms) {
     EXPECT_EQ(t, utc(2018, 7, 19, 1, 2, 3, 500));
     ASSERT_TRUE(parseGpsTime(" 2018-07-19T01:02:03.125 ", &t));
     EXPECT_EQ(t, utc(2018, 7, 19, 1, 2, 3, 125));
-    for (const char* bad : {"", "2018-07-19", "2018-07-19 1:02:03", "2018-02-30 00:00:00", "2018-07-19 24:00:00",
-                            "2018-07-19 00:00:60", "2018-07-19 00:00:00.1234", "2018/07/19 00:00:00", "yesterday"})
+    for (const char* bad :
+         {"", "2018-07-19", "2018-07-19 1:02:03", "2018-02-30 00:00:00", "2018-07-19 24:00:00",
+          "2018-07-19 00:00:60", "2018-07-19 00:00:00.1234", "2018/07/19 00:00:00", "yesterday"})
         EXPECT_FALSE(parseGpsTime(bad, &t)) << bad;
 }
 
@@ -112,5 +113,6 @@ TEST(OutputOptions, AppliedToTheWriter) {
     writer.close();
     const QStringList names = QDir(dir.path()).entryList(QDir::Files | QDir::Hidden);
     // No epoch and no record: the start is unknown, and only the Galileo navigation file exists.
-    EXPECT_EQ(names, (QStringList{"CEBR30ESP_R_19700010000_00U_00U_MO.rnx", "CEBR30ESP_R_19700010000_00U_EN.rnx"}));
+    EXPECT_EQ(names,
+              (QStringList{"CEBR30ESP_R_19700010000_00U_00U_MO.rnx", "CEBR30ESP_R_19700010000_00U_EN.rnx"}));
 }

@@ -203,8 +203,8 @@ TEST(LongNameWriter, SystemsLeftOutMakeNoNavigationFileAndNameTheContent) {
     ASSERT_GT(w.writer.open(w.dir.path()), 0);
     w.epochs(0, 10, 1000);
     w.writer.close();
-    EXPECT_EQ(entries(w.dir.path()), (QStringList{"CEBR00ESP_R_20181960000_01M_01S_EO.rnx",
-                                                  "CEBR00ESP_R_20181960000_01M_EN.rnx"}));
+    EXPECT_EQ(entries(w.dir.path()),
+              (QStringList{"CEBR00ESP_R_20181960000_01M_01S_EO.rnx", "CEBR00ESP_R_20181960000_01M_EN.rnx"}));
 }
 
 TEST(LongNameWriter, ExistingFileIsNotOverwrittenAndNothingIsLeft) {
@@ -227,7 +227,8 @@ TEST(LongNameWriter, UnwritableFolderFailsAtOpenAndLeavesNothing) {
     LongNameWriter w;
     ASSERT_TRUE(QFile::setPermissions(w.dir.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
     EXPECT_EQ(w.writer.open(w.dir.path()), 0);
-    QFile::setPermissions(w.dir.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile::setPermissions(w.dir.path(),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     EXPECT_TRUE(entries(w.dir.path()).isEmpty());
 }
 

@@ -106,8 +106,10 @@ TEST(WindowAndDecimation, WindowKeepsStartAndDropsEnd) {
         w.log(s);
     const ObservationFile f = w.closeAndRead();
     EXPECT_EQ(epochSeconds(f), (QList<double>{3, 4, 5, 6}));
-    EXPECT_EQ(headerValue(f, "TIME OF FIRST OBS"), "  2018     7    15     0     0    3.0000000     GPS         ");
-    EXPECT_EQ(headerValue(f, "TIME OF LAST OBS"), "  2018     7    15     0     0    6.0000000     GPS         ");
+    EXPECT_EQ(headerValue(f, "TIME OF FIRST OBS"),
+              "  2018     7    15     0     0    3.0000000     GPS         ");
+    EXPECT_EQ(headerValue(f, "TIME OF LAST OBS"),
+              "  2018     7    15     0     0    6.0000000     GPS         ");
     EXPECT_EQ(headerValue(f, "INTERVAL").trimmed(), "1.000");
     EXPECT_EQ(w.writer.epochsWritten(), 4);
 }

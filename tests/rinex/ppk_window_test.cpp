@@ -68,13 +68,13 @@ rinex::OutputFilter filter(double from, double to, int intervalMs = 0) {
 
 TEST(PpkWindow, NoFilterIsTheWholeStream) {
     EXPECT_EQ(run(3, rinex::OutputFilter(), 5, 10),
-              (QStringList{"E0", "E1", "E2", "E3", "E4", "E5", "NEW", "E6", "E7", "E8", "E9", "E10", "MOVE",
-                           "E11", "E12", "E13", "E14", "E15", "E16", "E17", "E18", "E19"}));
+              (QStringList{"E0",  "E1",   "E2",  "E3",  "E4",  "E5",  "NEW", "E6",  "E7",  "E8",  "E9",
+                           "E10", "MOVE", "E11", "E12", "E13", "E14", "E15", "E16", "E17", "E18", "E19"}));
 }
 
 TEST(PpkWindow, MixMarkerBegunBeforeTheWindowGetsItsSiteBeforeItsFirstWrittenSample) {
-    EXPECT_EQ(run(3, filter(8, 16), 5, 10), (QStringList{"NEW", "E8", "E9", "E10", "MOVE", "E11", "E12", "E13",
-                                                         "E14", "E15"}));
+    EXPECT_EQ(run(3, filter(8, 16), 5, 10),
+              (QStringList{"NEW", "E8", "E9", "E10", "MOVE", "E11", "E12", "E13", "E14", "E15"}));
 }
 
 TEST(PpkWindow, OnlyMarkerBegunBeforeTheWindow) {
@@ -82,7 +82,8 @@ TEST(PpkWindow, OnlyMarkerBegunBeforeTheWindow) {
 }
 
 TEST(PpkWindow, MarkerEndingAfterTheWindowLosesItsLaterSamplesAndEnd) {
-    EXPECT_EQ(run(3, filter(0, 8), 5, 10), (QStringList{"E0", "E1", "E2", "E3", "E4", "E5", "NEW", "E6", "E7"}));
+    EXPECT_EQ(run(3, filter(0, 8), 5, 10),
+              (QStringList{"E0", "E1", "E2", "E3", "E4", "E5", "NEW", "E6", "E7"}));
     EXPECT_EQ(run(2, filter(0, 8), 5, 10), (QStringList{"NEW", "E6", "E7"}));
 }
 
@@ -111,5 +112,6 @@ TEST(PpkWindow, ModeNoneDecimatesEveryEpochAndIgnoresMarkers) {
 }
 
 TEST(PpkWindow, WindowAndDecimationTogetherInMix) {
-    EXPECT_EQ(run(3, filter(8, 19, 4000), 5, 10), (QStringList{"NEW", "E8", "E9", "E10", "MOVE", "E12", "E16"}));
+    EXPECT_EQ(run(3, filter(8, 19, 4000), 5, 10),
+              (QStringList{"NEW", "E8", "E9", "E10", "MOVE", "E12", "E16"}));
 }

@@ -95,7 +95,8 @@ TEST_F(TabOutputOptions, LongNamesAndSystemsReachTheConversion) {
     answerDialogWith(dir.filePath("chosen.20O"));
     tab.findChild<QPushButton*>("pbConvert")->click();
     ASSERT_TRUE(guitest::waitFor([&] { return logLines(tab).last().startsWith("Convert "); }, 60000));
-    EXPECT_TRUE(logLines(tab).last().startsWith("Convert Complete, Cost=")) << logLines(tab).join('\n').toStdString();
+    EXPECT_TRUE(logLines(tab).last().startsWith("Convert Complete, Cost="))
+        << logLines(tab).join('\n').toStdString();
     EXPECT_TRUE(logLines(tab).contains("save to " + QDir(dir.path()).absolutePath()));
     const QStringList files = QDir(dir.path()).entryList(QDir::Files | QDir::Hidden);
     ASSERT_EQ(files.size(), 3) << files.join(' ').toStdString();
@@ -103,7 +104,8 @@ TEST_F(TabOutputOptions, LongNamesAndSystemsReachTheConversion) {
         EXPECT_TRUE(name.contains("00ESP_R_")) << name.toStdString();
         EXPECT_TRUE(logLines(tab).contains("wrote " + dir.filePath(name))) << name.toStdString();
     }
-    EXPECT_TRUE(files.at(0).endsWith("_30S_MO.rnx") || files.at(0).endsWith("_30S_GO.rnx")) << files.at(0).toStdString();
+    EXPECT_TRUE(files.at(0).endsWith("_30S_MO.rnx") || files.at(0).endsWith("_30S_GO.rnx"))
+        << files.at(0).toStdString();
     EXPECT_TRUE(files.at(1).endsWith("_EN.rnx"));
     EXPECT_TRUE(files.at(2).endsWith("_GN.rnx"));
 }
@@ -114,9 +116,11 @@ TEST_F(TabOutputOptions, CompressionRowCompressesTheFinishedFiles) {
     answerDialogWith(dir.filePath("packed.20O"));
     tab.findChild<QPushButton*>("pbConvert")->click();
     ASSERT_TRUE(guitest::waitFor([&] { return logLines(tab).last().startsWith("Convert "); }, 60000));
-    EXPECT_TRUE(logLines(tab).last().startsWith("Convert Complete, Cost=")) << logLines(tab).join('\n').toStdString();
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files),
-              (QStringList{"packed.20C.gz", "packed.20D.gz", "packed.20G.gz", "packed.20L.gz", "packed.20N.gz"}));
+    EXPECT_TRUE(logLines(tab).last().startsWith("Convert Complete, Cost="))
+        << logLines(tab).join('\n').toStdString();
+    EXPECT_EQ(
+        QDir(dir.path()).entryList(QDir::Files),
+        (QStringList{"packed.20C.gz", "packed.20D.gz", "packed.20G.gz", "packed.20L.gz", "packed.20N.gz"}));
 }
 
 TEST_F(TabOutputOptions, EditorsRefuseWhatCannotBecomeAValue) {
