@@ -14,9 +14,21 @@ constexpr size_t kOutSlack = 8192;
 
 const char kBlanks[16] = {' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' '};
 
+inline bool isLittleEndian() {
+    const uint16_t one = 1;
+    uint8_t first;
+    std::memcpy(&first, &one, 1);
+    return first == 1;
+}
+
 inline bool isDigit(char c) {
     return static_cast<unsigned char>(c - '0') < 10;
 }
+
+// Two-digit pairs "00".."99" for the decimal form.
+constexpr char kPairs[] = "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+                          "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+                          "8081828384858687888990919293949596979899";
 
 // Appends v in plain decimal; returns the new end.
 inline char* putInteger(char* p, int64_t v) {
@@ -27,36 +39,86 @@ inline char* putInteger(char* p, int64_t v) {
     } else {
         m = uint64_t(v);
     }
-    char digits[24];
-    int n = 0;
-    do {
-        digits[n++] = char('0' + m % 10);
-        m /= 10;
-    } while (m != 0);
-    while (n > 0) *p++ = digits[--n];
-    return p;
+    if (m < 10) {
+        *p++ = char('0' + m);
+        return p;
+    }
+    // Count the digits, then write them backwards in place, two at a time.
+    int n = 2;
+    for (uint64_t limit = 100; n < 20 && m >= limit; limit *= 10) ++n;
+    char* q = p + n;
+    while (m >= 100) {
+        const unsigned pair = unsigned(m % 100);
+        m /= 100;
+        q -= 2;
+        q[0] = kPairs[2 * pair];
+        q[1] = kPairs[2 * pair + 1];
+    }
+    if (m >= 10) {
+        q[-2] = kPairs[2 * m];
+        q[-1] = kPairs[2 * m + 1];
+    } else {
+        q[-1] = char('0' + m);
+    }
+    return p + n;
+}
+
+// Eight ASCII digits (the first the most significant) to their value; bytes that are 0 or a
+// blank count as 0.
+inline uint64_t eightDigits(uint64_t v) {
+    v = ((v & 0x0F0F0F0F0F0F0F0Full) * 2561) >> 8;
+    v = ((v & 0x00FF00FF00FF00FFull) * 6553601) >> 16;
+    return ((v & 0x0000FFFF0000FFFFull) * 42949672960001ull) >> 32;
 }
 
 // A 14-character value field (F14.3): 1 = value in *v (× 1000), 0 = blank, -1 = malformed.
+// Accepted: blanks, an optional '-', digits without leading zeros (a lone 0 is fine), the
+// point in the 11th place, three digits. The integer part is read eight characters at a time.
 inline int parseValue(const char* f, int64_t* v) {
     if (f[10] != '.') return std::memcmp(f, kBlanks, 14) == 0 ? 0 : -1;
     if (!isDigit(f[11]) || !isDigit(f[12]) || !isDigit(f[13])) return -1;
-    int i = 0;
-    while (i < 10 && f[i] == ' ') ++i;
+    const int64_t fraction = (f[11] - '0') * 100 + (f[12] - '0') * 10 + (f[13] - '0');
+    uint64_t word; // characters 3 to 10, the third in the lowest byte
+    std::memcpy(&word, f + 2, 8);
+    if (!isLittleEndian()) word = __builtin_bswap64(word);
+    const uint64_t a = word ^ 0x3030303030303030ull;
+    const uint64_t nonDigit = (((a & 0x7F7F7F7F7F7F7F7Full) + 0x7676767676767676ull) | a) & 0x8080808080808080ull;
     bool negative = false;
-    if (i < 10 && f[i] == '-') {
-        negative = true;
-        ++i;
+    int64_t whole;
+    if (nonDigit == 0) {
+        // Eight digits or more: the first two characters hold blanks, a sign or digits.
+        int64_t high = 0;
+        if (f[0] == ' ' && f[1] == ' ') {
+            if (f[2] == '0') return -1;
+        } else if (f[0] == ' ' && f[1] == '-') {
+            negative = true;
+            if (f[2] == '0') return -1;
+        } else if ((f[0] == ' ' || f[0] == '-') && isDigit(f[1]) && f[1] != '0') {
+            negative = f[0] == '-';
+            high = f[1] - '0';
+        } else if (isDigit(f[0]) && f[0] != '0' && isDigit(f[1])) {
+            high = (f[0] - '0') * 10 + (f[1] - '0');
+        } else {
+            return -1;
+        }
+        whole = high * 100000000 + int64_t(eightDigits(word));
+    } else {
+        // The last character that is not a digit must be a blank or the sign, with blanks
+        // only before it.
+        const int k = (63 - __builtin_clzll(nonDigit)) >> 3; // its byte, 0..7
+        const char last = f[2 + k];
+        if (f[0] != ' ' || f[1] != ' ' || (last != ' ' && last != '-')) return -1;
+        if (k > 0) {
+            const uint64_t t = word ^ 0x2020202020202020ull;
+            const uint64_t nonBlank = (((t & 0x7F7F7F7F7F7F7F7Full) + 0x7F7F7F7F7F7F7F7Full) | t) & 0x8080808080808080ull;
+            if (nonBlank & ((uint64_t(1) << (8 * k)) - 1)) return -1;
+        }
+        if (k < 6 && f[3 + k] == '0') return -1; // a leading zero before more digits
+        negative = last == '-';
+        const uint64_t digits = k == 7 ? 0 : word & ~((uint64_t(1) << (8 * (k + 1))) - 1);
+        whole = int64_t(eightDigits(digits));
     }
-    // Plain digits without leading zeros (a lone 0 before the point is fine): the compact
-    // form keeps the number, not its spelling.
-    if (i < 9 && f[i] == '0') return -1;
-    int64_t x = 0;
-    for (; i < 10; ++i) {
-        if (!isDigit(f[i])) return -1;
-        x = x * 10 + (f[i] - '0');
-    }
-    x = x * 1000 + (f[11] - '0') * 100 + (f[12] - '0') * 10 + (f[13] - '0');
+    const int64_t x = whole * 1000 + fraction;
     *v = negative ? -x : x;
     return 1;
 }
@@ -540,7 +602,8 @@ bool CompactRinexEncoder::encodeSatellite(uint32_t id, int types, const char* re
             std::memcpy(p, flags, n);
             p += n;
         }
-    } else {
+    } else if (std::memcmp(previous->flags.data(), flags, n) != 0) {
+        // Unchanged flags (the usual case) give nothing; the trailing blanks go below.
         const char* old = previous->flags.data();
         for (size_t k = 0; k < n; ++k) {
             char o = old[k];
@@ -603,7 +666,7 @@ bool CompactRinexEncoder::endEpoch() {
         clockOrder_ = -1;
     }
     *p++ = '\n';
-    std::memcpy(p, body_.data(), bodySize_);
+    if (bodySize_ > 0) std::memcpy(p, body_.data(), bodySize_); // an epoch without satellites has no body yet
     p += bodySize_;
     outSize_ = size_t(p - out_.data());
 

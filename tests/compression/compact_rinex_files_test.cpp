@@ -64,7 +64,7 @@ void expectRoundTrip(const std::string& plain, const std::string& compact) {
     EXPECT_EQ(back, testsupport::normalisedPlainRinex(plain));
 }
 
-TEST_F(CompactRinexFiles, RealRinex3FilesRoundTrip) {
+TEST_F(CompactRinexFiles, RinexFilesRoundTrip) {
     const struct {
         const char* name;
         bool gzipped;
@@ -73,6 +73,7 @@ TEST_F(CompactRinexFiles, RealRinex3FilesRoundTrip) {
         {"ABMF00GLP_R_20181330000_3EPOCHS_30S_MO.rnx", false},
         {"CEBR00ESP_R_20182000000_20EPOCHS_30S_MO.rnx.gz", true},
         {"ESBC00DNK_R_20201770000_20EPOCHS_30S_MO.rnx.gz", true},
+        {"handmade-2.11-obs.rnx", false}, // version 2.11: Compact RINEX 1.0
     };
     for (const auto& input : inputs) {
         SCOPED_TRACE(input.name);
@@ -85,6 +86,7 @@ TEST_F(CompactRinexFiles, RealRinex3FilesRoundTrip) {
         const std::string compact = readFile(path("out.crx"));
         expectRoundTrip(plain, compact);
         EXPECT_LT(compact.size(), plain.size());
+        EXPECT_EQ(compact.substr(0, 3), plain[5] == '2' ? "1.0" : "3.0");
         // Both at once gives the same text inside gzip.
         ASSERT_TRUE(compression::compactRinexGzipFile(plainPath, path("out.crx.gz"), &error)) << error;
         EXPECT_EQ(withoutDateLine(testsupport::readGzipFile(path("out.crx.gz"))), withoutDateLine(compact));

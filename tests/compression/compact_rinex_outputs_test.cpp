@@ -53,6 +53,9 @@ protected:
 };
 
 TEST_F(ConverterOutputs, CompressAndExpandBack) {
+#ifndef VELMOOR_CONVERT
+    GTEST_SKIP() << "built without the converter (VELMOOR_WITH_QT=OFF)";
+#else
     const std::vector<Input> list = inputs();
     ASSERT_GE(list.size(), 9u); // the sample in three modes, three streams in two
     int withEvents = 0;
@@ -98,6 +101,7 @@ TEST_F(ConverterOutputs, CompressAndExpandBack) {
     }
     // The sample's "only" and "mix" outputs, at least, hold new-site and moving events.
     EXPECT_GE(withEvents, 2);
+#endif
 }
 
 } // namespace
