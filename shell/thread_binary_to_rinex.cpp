@@ -72,6 +72,8 @@ void ThreadBinaryToRinex::startConvert() {
 
         emit message(QString("save to %1").arg(writer_->outputLocation()));
 
+        observationDataStart_ = -1;
+        epochRecordLines_ = -1;
         startTime_ = QDateTime::currentMSecsSinceEpoch();
         lastPercent_ = -1;
 
@@ -125,6 +127,10 @@ void ThreadBinaryToRinex::on_timer_timeout() {
     QString writeError = writer_->writeError();
     const QStringList created = writer_->createdFileNames();
     const qint64 epochs = writer_->epochsWritten();
+    if (writeError.isEmpty()) {
+        observationDataStart_ = writer_->observationDataStart();
+        epochRecordLines_ = writer_->epochRecordLines();
+    }
     inTick_ = true;
     releaseResources();
     inTick_ = false;
