@@ -6,6 +6,7 @@
 
 #include "params/config_rows.h"
 #include "params/file_header.h"
+#include "params/output_options.h"
 #include "velmoor/versions.h"
 
 namespace cli {
@@ -36,6 +37,18 @@ QString helpEpilogue() {
                           "GLONASS, Galileo and BeiDou navigation files. Their names are the output path\n"
                           "with its last character replaced by O, N, G, L and C. Existing files are never\n"
                           "overwritten: the conversion of that input fails instead.\n"
+                          "\n"
+                          "Without the output options (--start ... --compress) every file is the whole\n"
+                          "input converted. Examples:\n"
+                          "  velmoor-convert --interval 30 --systems GE site.dat\n"
+                          "  velmoor-convert --start '2018-07-19 01:00:00' --end 2018-07-19T02:00:00 site.dat\n"
+                          "  velmoor-convert --long-name --country ESP -o archive/ site.dat\n"
+                          "  velmoor-convert --long-name --compress crx.gz site.dat\n"
+                          "With --long-name the files are named SSSSMRCCC_R_YYYYDDDHHMM_PPU_FFU_MO.rnx\n"
+                          "(navigation files ..._PPU_GN.rnx, _RN, _EN, _CN): station from the marker\n"
+                          "name, start from the first epoch written, period and data frequency from\n"
+                          "the epochs written. They are written under temporary names in the output\n"
+                          "folder and renamed when complete.\n"
                           "\n"
                           "Option values not given on the command line come from the input's header,\n"
                           "as the desktop application presets them.\n"
@@ -108,9 +121,46 @@ CommandLine parseCommandLine(const QStringList& arguments) {
             .arg(joined(HeightTypeNames)),
         "TYPE");
 
+    using namespace outputoptions;
+    const QCommandLineOption start(
+        "start", "Write only epochs at or after TIME (GPS time, YYYY-MM-DD HH:MM:SS[.sss] or "
+                 "YYYY-MM-DDTHH:MM:SS[.sss]). Navigation records within 4 hours of the window are kept. "
+                 "Default: from the first epoch. Example: --start '2018-07-19 01:00:00'.",
+        "TIME");
+    const QCommandLineOption end(
+        "end", "Write only epochs before TIME (GPS time, same forms as --start). Default: to the last epoch. Example: --end "
+               "2018-07-19T02:00:00.",
+        "TIME");
+    const QCommandLineOption interval(
+        "interval",
+        "Keep only epochs whose GPS time of week is a whole multiple of SECONDS (0.05 to 86400, "
+        "decimals allowed). Marker samples (modes only and mix) are always kept. Default: every epoch. Example: --interval 30.",
+        "SECONDS");
+    const QCommandLineOption systems(
+        "systems",
+        "Write only these satellite systems: letters of G (GPS), R (GLONASS), E (Galileo), C (BeiDou), "
+        "S (SBAS), J (QZSS), I (NavIC). No navigation file is made for a system left out. Default: "
+        "GRECSJI. Example: --systems GE.",
+        "LETTERS");
+    const QCommandLineOption longName(
+        "long-name",
+        "Name the files with RINEX 3 long names in the output folder: -o then names a folder "
+        "(default: the input's folder). Example: --long-name --country ESP.");
+    const QCommandLineOption country(
+        "country", "Country code of the long names: three letters (ISO 3166). Default: XXX.", "CCC");
+    const QCommandLineOption monument("monument", "Monument digit of the long names, 0-9. Default: 0.", "N");
+    const QCommandLineOption receiver("receiver", "Receiver digit of the long names, 0-9. Default: 0.", "N");
+    const QCommandLineOption compress(
+        "compress",
+        "crx: write the observation file as Compact RINEX (last letter D, or _MO.crx with long names); "
+        "gz: gzip every file (.gz appended); crx.gz: both. Only the compressed files are left. "
+        "Default: none. Example: --compress crx.gz.",
+        "KIND");
+
     parser.addOptions({help, version, output, jobs, info, quiet, rinex, mode, markerName, markerNumber,
                        markerType, latitude, longitude, height, antennaName, antennaSpec, antennaHeight,
-                       heightType});
+                       heightType, start, end, interval, systems, longName, country, monument, receiver,
+                       compress});
     parser.addPositionalArgument("INPUT", "Receiver data file(s) to convert.", "INPUT...");
 
     auto usageError = [&result](const QString& text) {
@@ -222,6 +272,66 @@ CommandLine parseCommandLine(const QStringList& arguments) {
                                   .arg(parser.value(heightType), joined(HeightTypeNames)));
         set["Height Type"] = value;
     }
+
+    qint64 startTime = 0, endTime = 0;
+    if (parser.isSet(start)) {
+        const QString value = parser.value(start);
+        if (!parseGpsTime(value, &startTime))
+            return usageError(QString("bad value for --start: '%1' (%2)").arg(value, TimeForm));
+        set[WindowStart] = value.trimmed();
+    }
+    if (parser.isSet(end)) {
+        const QString value = parser.value(end);
+        if (!parseGpsTime(value, &endTime))
+            return usageError(QString("bad value for --end: '%1' (%2)").arg(value, TimeForm));
+        if (parser.isSet(start) && endTime <= startTime)
+            return usageError(QString("bad value for --end: '%1' (a time after --start)").arg(value));
+        set[WindowEnd] = value.trimmed();
+    }
+    if (parser.isSet(interval)) {
+        const QString value = parser.value(interval);
+        qint32 milliseconds = 0;
+        if (!parseInterval(value, &milliseconds))
+            return usageError(QString("bad value for --interval: '%1' (%2)").arg(value, IntervalForm));
+        set[Interval] = value.trimmed();
+    }
+    if (parser.isSet(systems)) {
+        const QString value = parser.value(systems);
+        QByteArray letters;
+        if (!parseSystems(value, &letters))
+            return usageError(
+                QString("bad value for --systems: '%1' (%2, each at most once)").arg(value, SystemsForm));
+        set[Systems] = QString::fromLatin1(letters);
+    }
+    if (parser.isSet(country)) {
+        const QString value = parser.value(country);
+        QByteArray code;
+        if (!parseCountry(value, &code))
+            return usageError(QString("bad value for --country: '%1' (%2)").arg(value, CountryForm));
+        set[LongNameCountry] = QString::fromLatin1(code);
+    }
+    for (const auto& digitOption : {qMakePair(&monument, LongNameMonument), qMakePair(&receiver, LongNameReceiver)}) {
+        if (!parser.isSet(*digitOption.first)) continue;
+        const QString value = parser.value(*digitOption.first);
+        char digit = 0;
+        if (!parseDigit(value, &digit))
+            return usageError(QString("bad value for --%1: '%2' (%3)")
+                                  .arg(digitOption.first->names().first(), value, DigitForm));
+        set[digitOption.second] = QString(QLatin1Char(digit));
+    }
+    if (parser.isSet(longName)) {
+        set[LongName] = "1";
+        if (!result.output.isEmpty() && !QFileInfo(result.output).isDir())
+            return usageError(QString("-o must name an existing folder with --long-name: '%1'").arg(result.output));
+    } else if (parser.isSet(country) || parser.isSet(monument) || parser.isSet(receiver)) {
+        return usageError("--country, --monument and --receiver need --long-name");
+    }
+    if (parser.isSet(compress)) {
+        const QString value = parser.value(compress).toLower();
+        if (value.isEmpty() || !CompressionValues.contains(value))
+            return usageError(QString("bad value for --compress: '%1' (%2)").arg(parser.value(compress), CompressionForm));
+        set[Compression] = value;
+    }
     return result;
 }
 
@@ -238,8 +348,13 @@ ConvertOptions optionsForInput(const QString& input, const CommandLine& commandL
     options["Path Input"] = input;
     for (auto it = commandLine.overrides.constBegin(); it != commandLine.overrides.constEnd(); ++it)
         options[it.key()] = it.value();
-    options["Path Output"] =
-        commandLine.output.isEmpty() ? defaultOutputPath(input, year) : commandLine.output;
+    if (options.value(outputoptions::LongName) == "1")
+        // Long names go into a folder: the one given, else the input's.
+        options["Path Output"] =
+            commandLine.output.isEmpty() ? QFileInfo(input).absolutePath() : commandLine.output;
+    else
+        options["Path Output"] =
+            commandLine.output.isEmpty() ? defaultOutputPath(input, year) : commandLine.output;
     return options;
 }
 

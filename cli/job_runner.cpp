@@ -152,8 +152,10 @@ void JobRunner::startNext() {
     auto* conversion = new ConversionJob(job.input, job.options, this);
     connect(conversion, &ConversionJob::progress, this,
             [this](QString input, int prg) { output_.progress(input, prg); });
-    connect(conversion, &ConversionJob::message, this,
-            [this](QString input, QString msg) { output_.message(input, msg); });
+    connect(conversion, &ConversionJob::message, this, [this](QString input, QString msg) {
+        if (noteReport(input, msg)) return;
+        output_.message(input, msg);
+    });
     connect(conversion, &ConversionJob::done, this,
             [this, conversion](QString, bool ok, QString msg) { jobDone(conversion, ok, msg); });
     running_ << conversion;
@@ -163,15 +165,37 @@ void JobRunner::startNext() {
     conversion->start();
 }
 
+bool JobRunner::noteReport(const QString& input, const QString& msg) {
+    static const QString wrote = QStringLiteral("wrote ");
+    static const QString epochs = QStringLiteral(" epochs written");
+    if (msg.startsWith(wrote)) {
+        reportedFiles_[input] << msg.mid(wrote.size());
+        return true;
+    }
+    if (msg.endsWith(epochs)) {
+        bool ok = false;
+        const qint64 count = msg.left(msg.size() - epochs.size()).toLongLong(&ok);
+        if (ok) {
+            reportedEpochs_[input] = count;
+            return true;
+        }
+    }
+    return false;
+}
+
 void JobRunner::jobDone(ConversionJob* job, bool ok, const QString& msg) {
     running_.removeOne(job);
     job->deleteLater();
     const QString input = job->input();
     if (ok) {
         const double seconds = clocks_.value(input).elapsed() / 1000.0;
-        const QStringList outputs = outputFileNames(outputPaths_.value(input));
         output_.message(input, msg);
-        output_.succeeded(input, job->observationEpochs(outputs.first()), outputs, seconds);
+        if (reportedFiles_.contains(input)) {
+            output_.succeeded(input, reportedEpochs_.value(input, -1), reportedFiles_.value(input), seconds);
+        } else {
+            const QStringList outputs = outputFileNames(outputPaths_.value(input));
+            output_.succeeded(input, job->observationEpochs(outputs.first()), outputs, seconds);
+        }
     } else {
         ++failures_;
         output_.failed(input, msg);

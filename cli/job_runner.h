@@ -82,6 +82,8 @@ signals:
 
 private:
     void startNext();
+    // Takes the worker's file and epoch reports; true when msg was one.
+    bool noteReport(const QString& input, const QString& msg);
     void jobDone(ConversionJob* job, bool ok, const QString& msg);
 
     QList<Job> pending_;
@@ -91,6 +93,9 @@ private:
     ProgressOutput& output_;
     QMap<QString, QElapsedTimer> clocks_;
     QMap<QString, QString> outputPaths_;
+    // Files and epochs the worker reported (long names, compression, systems left out).
+    QMap<QString, QStringList> reportedFiles_;
+    QMap<QString, qint64> reportedEpochs_;
 };
 
 } // namespace cli

@@ -2,7 +2,7 @@
 # Builds the fuzz targets (clang, libFuzzer, AddressSanitizer, UndefinedBehaviorSanitizer)
 # and runs each for SECONDS, one process each, one after another.
 #
-#   fuzz/run.sh [SECONDS] [TARGET...]     default: 60 s, targets stream writer header compact_rinex
+#   fuzz/run.sh [SECONDS] [TARGET...]     default: 60 s, targets stream writer header options compact_rinex
 #
 # Build and corpora live in build-fuzz/ (FUZZ_BUILD_DIR overrides): seeds/<target> are made
 # from the bundled sample and the test streams, corpus/<target> keeps what the fuzzer finds
@@ -13,7 +13,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-60}
 shift || true
 targets=("$@")
-[ ${#targets[@]} -eq 0 ] && targets=(stream writer header compact_rinex)
+[ ${#targets[@]} -eq 0 ] && targets=(stream writer header options compact_rinex)
 build=${FUZZ_BUILD_DIR:-$root/build-fuzz}
 
 cmake -S "$root" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
@@ -29,6 +29,11 @@ cmake --build "$build" -j "${FUZZ_BUILD_JOBS:-2}" --target "${build_targets[@]}"
 if [ $board -eq 1 ] && [ ! -d "$build/seeds/stream" ]; then
     mkdir -p "$build/seeds/stream" "$build/seeds/writer" "$build/seeds/header"
     "$build/fuzz/fuzz_make_seeds" "$build/seeds" "$root/samples/cebr-sample.dat" "$root"/tests/data/streams/*.dat
+fi
+if [ ! -d "$build/seeds/options" ]; then
+    mkdir -p "$build/seeds/options"
+    printf '2018-07-19 01:00:00\n2018-07-19T02:00:00.5\n30\nGE\n1\nESP\n1\n2\ncrx.gz\npt-17\n' >"$build/seeds/options/typical"
+    printf '\n\n0.05\nGRECSJI\n0\nXXX\n0\n0\n\n\n' >"$build/seeds/options/defaults"
 fi
 
 if [ ! -d "$build/seeds/compact_rinex" ]; then
@@ -51,6 +56,7 @@ for t in "${targets[@]}"; do
         stream) options+=(-max_len=20000) ;;
         writer) options+=(-max_len=16384) ;;
         header) options+=(-max_len=2048) ;;
+        options) options+=(-max_len=512) ;;
         compact_rinex) options+=(-max_len=16384) ;;
     esac
     regressions=("$root"/fuzz/regressions/"$t"/*)

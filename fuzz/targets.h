@@ -19,6 +19,10 @@ std::string runWriter(const uint8_t* data, size_t size);
 // Both file-header parsers on the input, then the options they give applied to a writer.
 std::string runHeader(const uint8_t* data, size_t size);
 
+// The output options' texts (one per input line), checked, parsed and applied to a writer;
+// the long file names made from the values they give.
+std::string runOutputOptions(const uint8_t* data, size_t size);
+
 // The Compact RINEX encoder on the input as a plain observation file; when it accepts it,
 // the output must be clean and expand (with the tests' expander) back to the input.
 std::string runCompactRinex(const uint8_t* data, size_t size);

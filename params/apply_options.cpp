@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "params/output_options.h"
 #include "rinex/rinex3xx.h"
 
 namespace {
@@ -76,4 +77,6 @@ void applyOptions(const ConvertOptions& options, Rinex3xx& writer) {
         if (!value.isEmpty()) comments << QString("%1 = %2").arg(comment.first, value).toUtf8();
     }
     writer.setComments(comments);
+
+    outputoptions::applyOutputOptions(options, writer);
 }

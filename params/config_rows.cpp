@@ -1,5 +1,7 @@
 #include "params/config_rows.h"
 
+#include "params/output_options.h"
+
 namespace {
 
 ConfigRow choiceRow(const QString& name, const QStringList& values, const QStringList& texts,
@@ -33,7 +35,41 @@ QList<ConfigRow> configRows(const ParameterMap& header) {
         rows << ConfigRow{ConfigRow::Edit, name, header.value(name), {}, {}};
 
     rows << choiceRow("Height Type", HeightTypeNames, HeightTypeNames, header.value("Height Type").toUpper());
+
+    // The output options follow; at these values the output is the same as without them.
+    using namespace outputoptions;
+    rows << ConfigRow{ConfigRow::Edit, WindowStart, QString(), {}, {}};
+    rows << ConfigRow{ConfigRow::Edit, WindowEnd, QString(), {}, {}};
+    rows << ConfigRow{ConfigRow::Edit, Interval, QString(), {}, {}};
+    rows << ConfigRow{ConfigRow::Edit, Systems, AllSystems, {}, {}};
+    rows << choiceRow(LongName, {"0", "1"}, {"Off", "On"}, "0");
+    rows << ConfigRow{ConfigRow::Edit, LongNameCountry, QStringLiteral("XXX"), {}, {}};
+    const QStringList digits = {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9"};
+    rows << choiceRow(LongNameMonument, digits, digits, "0");
+    rows << choiceRow(LongNameReceiver, digits, digits, "0");
+    rows << choiceRow(Compression, CompressionValues,
+                      {"None", "Compact RINEX (crx)", "gzip (gz)", "Compact RINEX and gzip (crx.gz)"}, QString());
     return rows;
+}
+
+QString rowPattern(const QString& name) {
+    using namespace outputoptions;
+    if (name == WindowStart || name == WindowEnd)
+        return QStringLiteral("\\d{4}-\\d{2}-\\d{2}[ T]\\d{2}:\\d{2}:\\d{2}(\\.\\d{1,3})?");
+    if (name == Interval) return QStringLiteral("\\d{1,5}(\\.\\d{0,3})?");
+    if (name == Systems) return QStringLiteral("[GRECSJIgrecsji]{1,7}");
+    if (name == LongNameCountry) return QStringLiteral("[A-Za-z]{3}");
+    return QString();
+}
+
+QString rowHint(const QString& name) {
+    using namespace outputoptions;
+    if (name == WindowStart) return QStringLiteral("First epoch written, %1; empty: from the start").arg(TimeForm);
+    if (name == WindowEnd) return QStringLiteral("Epochs before this are written, %1; empty: to the end").arg(TimeForm);
+    if (name == Interval) return QStringLiteral("Keep epochs on multiples of this, %1; empty: every epoch").arg(IntervalForm);
+    if (name == Systems) return QStringLiteral("Systems written, %1").arg(SystemsForm);
+    if (name == LongNameCountry) return QStringLiteral("Country of the long names, %1").arg(CountryForm);
+    return QString();
 }
 
 ConvertOptions defaultOptions(const ParameterMap& header) {

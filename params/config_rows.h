@@ -17,5 +17,10 @@ struct ConfigRow {
 };
 
 QList<ConfigRow> configRows(const ParameterMap& header);
+// Edit rows whose entry is checked as it is typed: the pattern a complete value matches
+// (empty for free text).
+QString rowPattern(const QString& name);
+// What such a row takes, as a tooltip.
+QString rowHint(const QString& name);
 // name -> stored value of every config row
 ConvertOptions defaultOptions(const ParameterMap& header);

@@ -2,6 +2,7 @@
 
 #include <QComboBox>
 #include <QLineEdit>
+#include <QRegularExpressionValidator>
 #include <QStandardItemModel>
 
 WidgetTreeParam::WidgetTreeParam(QWidget* parent) : QTreeView(parent), model_(new QStandardItemModel(this)) {
@@ -85,6 +86,17 @@ void WidgetTreeParam::expandSection(const QString& section) {
     if (found != sections_.constEnd() && found->index.isValid()) expand(found->index);
 }
 
+bool WidgetTreeParam::setEditPattern(const QString& section, const QString& name, const QString& pattern,
+                                     const QString& hint) {
+    const auto found = sections_.constFind(section);
+    if (found == sections_.constEnd()) return false;
+    const auto row = found->rows.constFind(name);
+    if (row == found->rows.constEnd() || row->kind != KindEdit || !row->index.isValid()) return false;
+    model_->setData(row->index, QStringLiteral("(?:%1)?").arg(pattern), RolePattern);
+    model_->setData(row->index, hint, Qt::ToolTipRole);
+    return true;
+}
+
 QMap<QString, QString> WidgetTreeParam::getParameters(const QString& section) const {
     QMap<QString, QString> parameters;
     for (auto s = sections_.constBegin(); s != sections_.constEnd(); ++s) {
@@ -100,8 +112,13 @@ QMap<QString, QString> WidgetTreeParam::getParameters(const QString& section) co
 QWidget* WidgetTreeParam::ItemDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&,
                                                      const QModelIndex& index) const {
     switch (index.data(RoleKind).toInt()) {
-    case KindEdit:
-        return new QLineEdit(parent);
+    case KindEdit: {
+        auto* lineEdit = new QLineEdit(parent);
+        const QString pattern = index.data(RolePattern).toString();
+        if (!pattern.isEmpty())
+            lineEdit->setValidator(new QRegularExpressionValidator(QRegularExpression(pattern), lineEdit));
+        return lineEdit;
+    }
     case KindCombo:
         return new QComboBox(parent);
     default:

@@ -19,6 +19,7 @@ public:
         RoleValue = Qt::UserRole + 2,  // stored value returned by getParameters
         RoleValues = Qt::UserRole + 3, // choice rows: stored values
         RoleTexts = Qt::UserRole + 4,  // choice rows: texts shown for the values
+        RolePattern = Qt::UserRole + 5, // edit rows: what the editor lets be typed (empty: anything)
     };
     enum Kind { KindSection = 1, KindReadOnly = 2, KindEdit = 3, KindCombo = 4 };
 
@@ -47,6 +48,10 @@ public:
     bool addComboItem(const QString& section, const QString& group, const QString& name,
                       const QString& current, const QStringList& values, const QStringList& texts);
     void expandSection(const QString& section);
+    // Edit rows only: the editor accepts only text that can still become a match of the
+    // pattern (an empty text too); hint becomes the row's tooltip. False for an unknown row.
+    bool setEditPattern(const QString& section, const QString& name, const QString& pattern,
+                        const QString& hint);
 
     // Row name -> stored value; an empty section name takes every section, in name order.
     QMap<QString, QString> getParameters(const QString& section) const;

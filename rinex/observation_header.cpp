@@ -253,7 +253,8 @@ bool Rinex3xx::writeObservationHeader() {
         std::memcpy(biases + used, entry, size_t(n) + 1);
         used += n;
     }
-    writeHeaderLine("%-60sGLONASS COD/PHS/BIS \r\n", biases);
+    // A left-out GLONASS has no bias line either.
+    if (filter_.keepsSystem('R')) writeHeaderLine("%-60sGLONASS COD/PHS/BIS \r\n", biases);
 
     // Wide enough for any value the stream may carry; a value that does not fit the
     // six-character field leaves the line out.

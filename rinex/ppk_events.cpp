@@ -76,10 +76,10 @@ qint64 Rinex3xx::handleTextLine(const char* text, quint32 length) {
             !(antennaHeight >= -1000.0 && antennaHeight <= 1000.0))
             return 0;
         qint64 written = 0;
-        if (markerInProgress_) written += writeStartOfMoving();
+        if (markerInProgress_) written += startOfMovingEvent();
         markerId1_ = id1;
         markerId2_ = id2;
-        written += writeNewSite(name, number, antennaHeight, x, y, z);
+        written += newSiteEvent(name, number, antennaHeight, x, y, z);
         markerInProgress_ = true;
         sampleCounter_ = 0;
         return written;
@@ -95,7 +95,7 @@ qint64 Rinex3xx::handleTextLine(const char* text, quint32 length) {
         if (s.integer(2) != markerId1_ || s.integer(3) != markerId2_ || s.integer(4) != sampleCounter_ + 1 ||
             s.integer(5) != epoch_.week || secondsTimesThousand != qint64(epoch_.milliseconds))
             return 0;
-        const qint64 written = writeEpoch();
+        const qint64 written = sampleEpoch();
         ++sampleCounter_;
         return written;
     }
@@ -103,7 +103,7 @@ qint64 Rinex3xx::handleTextLine(const char* text, quint32 length) {
     if (s.is(1, "MARKER-END") && s.count >= 4) {
         if (!markerInProgress_) return 0;
         markerInProgress_ = false;
-        return writeStartOfMoving();
+        return startOfMovingEvent();
     }
     return 0;
 }

@@ -9,7 +9,9 @@
 #include <cstdio>
 
 #include "rinex/c_numeric_locale.h"
+#include "gnss/gps_calendar.h"
 #include "rinex/marker_types.h"
+#include "rinex/navigation_reference.h"
 
 namespace {
 
@@ -204,18 +206,33 @@ qint64 Rinex3xx::open(const QString& path) {
         if (it.key().size() == 2 && it.value() != 0.0)
             codeBiases_.push_back(CodeBias{{it.key()[0], it.key()[1]}, it.value()});
 
-    const QString base = path.left(path.size() - 1);
+    streamTime_ = 0;
+    pendingSite_ = PendingSite{};
+    navigationFirst_ = navigationLast_ = 0;
+    observedSystems_.clear();
+    selectSignals();
+
+    for (bool& created : created_)
+        created = false;
+    const QString base = openBase(path);
+    if (base.isEmpty()) return 0;
     for (int i = 0; i < FileCount; ++i)
         files_[i].setFileName(base + QLatin1Char(kFileLetters[i]));
-    for (const QFile& file : files_)
-        if (file.exists()) return 0;
+    for (int i = 0; i < FileCount; ++i)
+        if (fileWanted(i) && files_[i].exists()) return 0;
 
-    for (QFile& file : files_) {
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+    // Temporary files are made new, never over an existing one.
+    const QIODevice::OpenMode mode =
+        QIODevice::WriteOnly | (longNames_ ? QIODevice::NewOnly : QIODevice::Truncate);
+    for (int i = 0; i < FileCount; ++i) {
+        if (!fileWanted(i)) continue;
+        if (!files_[i].open(mode)) {
             for (QFile& f : files_)
                 f.close();
+            if (longNames_) removeTemporaryFiles();
             return 0;
         }
+        created_[i] = true;
     }
 
     qint64 total = 0;
@@ -229,6 +246,7 @@ qint64 Rinex3xx::open(const QString& path) {
     observationDataStart_ = obs.pos();
 
     for (int i = FileBeidou; i < FileCount; ++i) {
+        if (!created_[i]) continue;
         total += rinex::reserveNavigationHeader(&files_[i], kNavigationSystemText[i]);
         checkDevice(files_[i]);
     }
@@ -265,6 +283,9 @@ void Rinex3xx::close() {
         if (!file.flush()) recordWriteError(file);
         file.close();
     }
+    for (auto it = signalMap_.cbegin(); it != signalMap_.cend(); ++it)
+        if (!it.value().isEmpty()) observedSystems_ += it.key();
+    if (longNames_) renameToLongNames();
     signalMap_.clear();
     glonassSlots_.clear();
     epoch_.clear();
@@ -328,10 +349,13 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
     rinex::CNumericLocale numericLocale; // the records are printed with a decimal point
     qint64 written = 0;
     int file = -1;
+    qint64 reference = rinex::kUnknownReference;
     switch (header.messageId) {
     case decoding::LogGpsEphem: {
         decoding::GpsEphemeris eph{};
         if (decoding::decodeGpsEphemeris(frame, header, eph) != 0) return 0;
+        reference = rinex::referenceTime(eph);
+        if (!navigationWanted(reference)) return 0;
         file = FileGps;
         written = navigation_.writeGps(&files_[file], eph);
         break;
@@ -339,6 +363,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
     case decoding::LogGloEphemeris: {
         decoding::GlonassEphemeris eph{};
         if (decoding::decodeGlonassEphemeris(frame, header, eph) != 0) return 0;
+        reference = rinex::referenceTime(eph);
+        if (!navigationWanted(reference)) return 0;
         file = FileGlonass;
         written = navigation_.writeGlonass(&files_[file], eph, leapSeconds_);
         break;
@@ -346,6 +372,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
     case decoding::LogBd2Ephem: {
         decoding::Bd2Ephemeris eph{};
         if (decoding::decodeBd2Ephemeris(frame, header, eph) != 0) return 0;
+        reference = rinex::referenceTime(eph);
+        if (!navigationWanted(reference)) return 0;
         file = FileBeidou;
         written = navigation_.writeBd2(&files_[file], eph);
         break;
@@ -353,6 +381,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
     case decoding::LogBdsEphemeris: {
         decoding::BeidouEphemeris eph{};
         if (decoding::decodeBeidouEphemeris(frame, header, eph) != 0) return 0;
+        reference = rinex::referenceTime(eph);
+        if (!navigationWanted(reference)) return 0;
         file = FileBeidou;
         written = navigation_.writeBeidou(&files_[file], eph);
         break;
@@ -360,6 +390,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
     case decoding::LogGalEphemeris: {
         decoding::GalileoEphemeris eph{};
         if (decoding::decodeGalileoEphemeris(frame, header, eph) != 0) return 0;
+        reference = rinex::referenceTime(eph);
+        if (!navigationWanted(reference)) return 0;
         file = FileGalileo;
         written = navigation_.writeGalileo(&files_[file], eph);
         break;
@@ -367,6 +399,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
     case decoding::LogGalInavEphemeris: {
         decoding::GalileoInavEphemeris eph{};
         if (decoding::decodeGalileoInavEphemeris(frame, header, eph) != 0) return 0;
+        reference = rinex::referenceTime(eph);
+        if (!navigationWanted(reference)) return 0;
         file = FileGalileo;
         written = navigation_.writeGalileoInav(&files_[file], eph);
         break;
@@ -374,6 +408,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
     case decoding::LogGalFnavEphemeris: {
         decoding::GalileoFnavEphemeris eph{};
         if (decoding::decodeGalileoFnavEphemeris(frame, header, eph) != 0) return 0;
+        reference = rinex::referenceTime(eph);
+        if (!navigationWanted(reference)) return 0;
         file = FileGalileo;
         written = navigation_.writeGalileoFnav(&files_[file], eph);
         break;
@@ -382,11 +418,18 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
         return 0;
     }
     checkDevice(files_[file]);
+    if (written > 0 && reference != rinex::kUnknownReference) {
+        if (navigationFirst_ == 0 || reference < navigationFirst_) navigationFirst_ = reference;
+        if (reference > navigationLast_) navigationLast_ = reference;
+    }
     return written;
 }
 
 qint64 Rinex3xx::handleObservationLog(const uint8_t* frame, const decoding::LogHeader& header) {
     epoch_.clear();
+    streamTime_ = gnss::gpsMilliseconds(header.week, header.milliseconds);
+    // Without markers no later sentence can ask for this epoch: a left-out one is not decoded.
+    if (ppkMode_ == 1 && !epochWanted(header.milliseconds)) return 0;
     decoding::RangeCursor cursor{};
     decoding::RangeObservation obs{};
     bool ok = false;
@@ -430,11 +473,14 @@ qint64 Rinex3xx::handleObservationLog(const uint8_t* frame, const decoding::LogH
         epoch_.clear();
         return 0;
     }
+    if (filter_.selectsSystems()) dropLeftOutSystems();
     epoch_.sort();
     epoch_.week = qint16(header.week);
     epoch_.milliseconds = header.milliseconds;
 
-    if (ppkMode_ == rinex::PpkNone || (ppkMode_ == rinex::PpkMix && !markerInProgress_)) return writeEpoch();
+    if ((ppkMode_ == rinex::PpkNone || (ppkMode_ == rinex::PpkMix && !markerInProgress_)) &&
+        epochWanted(header.milliseconds))
+        return writeEpoch();
     return 0;
 }
 

@@ -13,8 +13,10 @@
 
 #include "decoding/iono_utc.h"
 #include "decoding/position_time.h"
+#include "rinex/long_file_name.h"
 #include "rinex/navigation_writer.h"
 #include "rinex/number_format.h"
+#include "rinex/output_filter.h"
 #include "rinex/special_values.h"
 #include "velmoor/versions.h"
 
@@ -97,6 +99,11 @@ public:
     bool setPresetSignals(const QMap<char, QList<QByteArray>>& signalCodes);
     bool setGlonassCodeBiases(const QMap<QByteArray, double>& biases);
     bool setComments(const QList<QByteArray>& comments);
+    // Time window, decimation and systems of the output; the default keeps everything.
+    bool setOutputFilter(const rinex::OutputFilter& filter);
+    // Long file names: open() then takes a folder (or a path in it), writes under temporary
+    // names there and renames the files at close.
+    bool setLongNames(const rinex::LongNameFields& fields);
 
     // Opens base+"O", "C", "L", "N", "G" (base = path without its last character).
     // Returns the bytes written, 0 on failure (already open, a file exists, create failed).
@@ -111,6 +118,11 @@ public:
     bool isOpen() const { return open_; }
     QString observationFileName() const { return files_[FileObservation].fileName(); }
     QStringList outputFileNames() const;
+    // The files this conversion made (navigation files of left-out systems are not made);
+    // with long names, their final names once closed.
+    QStringList createdFileNames() const;
+    // Where the output goes: the observation file, or the folder with long names.
+    QString outputLocation() const;
     qint64 epochsWritten() const { return epochsWritten_; }
     // Where the observation records start (after the reserved header), and how many of the
     // lines written from there are epoch records with flag 0 or 1: with the header's own
@@ -156,6 +168,20 @@ private:
     void flushEpochs();
     void checkDevice(QFile& file);
     void recordWriteError(const QFile& file);
+
+    // Output selection (output_selection.cpp).
+    bool fileWanted(int index) const;
+    void selectSignals();
+    void dropLeftOutSystems();
+    bool epochWanted(quint32 millisecondsOfWeek) const;
+    bool navigationWanted(qint64 referenceTime);
+    qint64 startOfMovingEvent();
+    qint64 newSiteEvent(const QByteArray& name, const QByteArray& number, double antennaHeight, double x,
+                        double y, double z);
+    qint64 sampleEpoch();
+    QString openBase(const QString& path);
+    void renameToLongNames();
+    void removeTemporaryFiles();
 
     // options
     int minorVersion_ = 4;
@@ -214,4 +240,19 @@ private:
 
     rinex::NavigationWriter navigation_;
     QString writeError_;
+
+    // output selection
+    rinex::OutputFilter filter_;
+    qint64 streamTime_ = 0; // time of the latest observation log
+    struct PendingSite {
+        bool pending = false;
+        QByteArray name, number;
+        double antennaHeight = 0, x = 0, y = 0, z = 0;
+    } pendingSite_; // a marker begun before the window: its record waits for its first sample
+    bool longNames_ = false;
+    rinex::LongNameFields longNameFields_;
+    QString longNameFolder_;
+    qint64 navigationFirst_ = 0, navigationLast_ = 0;
+    QByteArray observedSystems_;
+    bool created_[FileCount] = {};
 };

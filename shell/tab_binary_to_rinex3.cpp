@@ -12,6 +12,7 @@
 
 #include "params/config_rows.h"
 #include "params/file_header.h"
+#include "params/output_options.h"
 #include "params/widget_tree_param.h"
 #include "shell/thread_binary_to_rinex.h"
 
@@ -95,6 +96,8 @@ void TabBinaryToRinex3::buildConfigSection(const ParameterMap& params) {
             break;
         case ConfigRow::Edit:
             treeParam_->addEditItem(SectionConfig, QString(), row.name, row.value);
+            if (!rowPattern(row.name).isEmpty())
+                treeParam_->setEditPattern(SectionConfig, row.name, rowPattern(row.name), rowHint(row.name));
             break;
         case ConfigRow::Choice:
             treeParam_->addComboItem(SectionConfig, QString(), row.name, row.value, row.values, row.texts);
@@ -113,6 +116,15 @@ void TabBinaryToRinex3::on_pbConvert_clicked() {
         pbConvert->setText(QStringLiteral("Convert"));
         pbConvert->setEnabled(false);
         QTimer::singleShot(1000, this, &TabBinaryToRinex3::enablePbConvert);
+        return;
+    }
+
+    // Values that do not parse are reported and nothing starts.
+    const QStringList problems = outputoptions::checkOutputOptions(treeParam_->getParameters(SectionConfig));
+    if (!problems.isEmpty()) {
+        log_->show();
+        for (const QString& problem : problems)
+            log_->append(problem);
         return;
     }
 

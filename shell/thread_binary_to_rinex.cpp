@@ -6,7 +6,9 @@
 
 #include "decoding/log_header.h"
 #include "params/apply_options.h"
+#include "params/output_options.h"
 #include "rinex/rinex3xx.h"
+#include "shell/output_files.h"
 
 namespace {
 
@@ -44,18 +46,31 @@ void ThreadBinaryToRinex::startConvert() {
     const QString inputPath = parameters_.value("Path Input");
     const QString outputPath = parameters_.value("Path Output");
     try {
+        // Output options that do not parse stop the conversion before anything is made.
+        const QStringList problems = outputoptions::checkOutputOptions(parameters_);
+        if (!problems.isEmpty()) throw ConvertFailure{problems.join(QStringLiteral("; "))};
         if (!QFile(inputPath).exists()) throw ConvertFailure{QString("file not exist, %1").arg(inputPath)};
 
         inputFile_ = new QFile(inputPath);
         if (!inputFile_->open(QIODevice::ReadOnly))
             throw ConvertFailure{QString("open file failed, %1").arg(inputPath)};
 
+        // Compressed short names are known now: an existing one stops the conversion before
+        // anything is written.
+        if (parameters_.value(outputoptions::LongName) != "1") {
+            QStringList plainNames;
+            for (const char letter : {'O', 'C', 'L', 'N', 'G'})
+                plainNames << outputPath.left(outputPath.size() - 1) + QLatin1Char(letter);
+            const QString existing = existingCompressedFile(plainNames, parameters_);
+            if (!existing.isEmpty()) throw ConvertFailure{QString("file exists, %1").arg(existing)};
+        }
+
         writer_ = new Rinex3xx();
         applyOptions();
         if (writer_->open(outputPath) == 0)
             throw ConvertFailure{QString("open file failed, %1").arg(outputPath)};
 
-        emit message(QString("save to %1").arg(writer_->observationFileName()));
+        emit message(QString("save to %1").arg(writer_->outputLocation()));
 
         observationDataStart_ = -1;
         epochRecordLines_ = -1;
@@ -109,7 +124,9 @@ void ThreadBinaryToRinex::on_timer_timeout() {
 
     if (writer_->isOpen()) writer_->close();
     // A failed write (a full disk) must not pass as a success.
-    const QString writeError = writer_->writeError();
+    QString writeError = writer_->writeError();
+    const QStringList created = writer_->createdFileNames();
+    const qint64 epochs = writer_->epochsWritten();
     if (writeError.isEmpty()) {
         observationDataStart_ = writer_->observationDataStart();
         epochRecordLines_ = writer_->epochRecordLines();
@@ -120,6 +137,16 @@ void ThreadBinaryToRinex::on_timer_timeout() {
     if (!writeError.isEmpty()) {
         emit finished(false, writeError);
         return;
+    }
+    QStringList finalNames;
+    if (!finishOutputFiles(created, parameters_, &finalNames, &writeError)) {
+        emit finished(false, writeError);
+        return;
+    }
+    if (reportsOutputFiles(parameters_)) {
+        emit message(QString("%1 epochs written").arg(epochs));
+        for (const QString& name : finalNames)
+            emit message(QString("wrote %1").arg(name));
     }
     const qint32 elapsed = qint32(QDateTime::currentMSecsSinceEpoch() - startTime_);
     emit finished(true, QString("Cost=%1 ms").arg(elapsed));

@@ -38,6 +38,10 @@ TEST(FuzzRegression, WriterInputs) {
     if (replay("writer", fuzzing::runWriter) == 0) GTEST_SKIP() << "no saved writer inputs";
 }
 
+TEST(FuzzRegression, OptionsInputs) {
+    if (replay("options", fuzzing::runOutputOptions) == 0) GTEST_SKIP() << "no saved options inputs";
+}
+
 TEST(FuzzRegression, HeaderInputs) {
     if (replay("header", fuzzing::runHeader) == 0) GTEST_SKIP() << "no saved header inputs";
 }

@@ -5,6 +5,11 @@
 
 namespace {
 
+// The output options' rows, after every row the section had before them.
+const QStringList OutputOptionNames = {"Window Start",      "Window End",         "Interval",
+                                       "Systems",           "Long Name",          "Long Name Country",
+                                       "Long Name Monument", "Long Name Receiver", "Compression"};
+
 const QStringList EditableNames = {"Marker Name", "Marker Number", "Latitude",     "Longitude",
                                    "Height",      "Antenna Name",  "Antenna Spec", "Antenna Height"};
 
@@ -43,7 +48,7 @@ TEST(ParameterNames, TablesInOrder) {
 TEST(ConfigRows, FileWithoutHeader) {
     const QList<ConfigRow> rows = configRows({{"Path Input", "/data/a.dat"}});
     QStringList expectedNames = {"Path Input", "Version", "Marker Type", "Mode"};
-    expectedNames << EditableNames << "Height Type";
+    expectedNames << EditableNames << "Height Type" << OutputOptionNames;
     ASSERT_EQ(names(rows), expectedNames);
 
     EXPECT_EQ(rows.at(0).kind, ConfigRow::ReadOnly);
@@ -74,7 +79,7 @@ TEST(ConfigRows, FileWithoutHeader) {
         EXPECT_TRUE(rows.at(4 + i).value.isEmpty());
     }
 
-    const ConfigRow& heightType = rows.last();
+    const ConfigRow& heightType = rows.at(rows.size() - 1 - OutputOptionNames.size());
     EXPECT_EQ(heightType.kind, ConfigRow::Choice);
     EXPECT_EQ(heightType.values, (QStringList{"PHASE", "SLOPE", "VERTICAL", "EXTEND", "BUTTOM"}));
     EXPECT_EQ(heightType.texts, heightType.values);
@@ -142,6 +147,47 @@ TEST(DefaultOptions, StoredValueOfEveryRow) {
         {"Antenna Spec", "1,2,3,4"},
         {"Antenna Height", ""},
         {"Height Type", "SLOPE"},
+        {"Window Start", ""},
+        {"Window End", ""},
+        {"Interval", ""},
+        {"Systems", "GRECSJI"},
+        {"Long Name", "0"},
+        {"Long Name Country", "XXX"},
+        {"Long Name Monument", "0"},
+        {"Long Name Receiver", "0"},
+        {"Compression", ""},
     };
     EXPECT_EQ(options, expected);
+}
+
+TEST(ConfigRows, OutputOptionRowsAndTheirChoices) {
+    const QList<ConfigRow> rows = configRows({});
+    const ConfigRow* longName = find(rows, "Long Name");
+    ASSERT_NE(longName, nullptr);
+    EXPECT_EQ(longName->kind, ConfigRow::Choice);
+    EXPECT_EQ(longName->values, (QStringList{"0", "1"}));
+    EXPECT_EQ(longName->texts, (QStringList{"Off", "On"}));
+    const ConfigRow* monument = find(rows, "Long Name Monument");
+    ASSERT_NE(monument, nullptr);
+    EXPECT_EQ(monument->kind, ConfigRow::Choice);
+    EXPECT_EQ(monument->values.size(), 10);
+    const ConfigRow* compression = find(rows, "Compression");
+    ASSERT_NE(compression, nullptr);
+    EXPECT_EQ(compression->kind, ConfigRow::Choice);
+    EXPECT_EQ(compression->values, (QStringList{"", "crx", "gz", "crx.gz"}));
+    EXPECT_EQ(compression->value, "");
+    for (const char* name : {"Window Start", "Window End", "Interval", "Systems", "Long Name Country"}) {
+        EXPECT_EQ(find(rows, name)->kind, ConfigRow::Edit) << name;
+        EXPECT_FALSE(rowPattern(name).isEmpty()) << name;
+        EXPECT_FALSE(rowHint(name).isEmpty()) << name;
+    }
+    EXPECT_TRUE(rowPattern("Marker Name").isEmpty());
+}
+
+TEST(ConfigRows, OutputOptionNamesDoNotCollideWithHeaderRows) {
+    for (const QString& name : OutputOptionNames) {
+        EXPECT_FALSE(ParameterNames.contains(name)) << name.toStdString();
+        for (const char* header : {"File Type", "Time Start", "Time End", "Point Name", "App Version", "Sn", "DEV", "GNSS"})
+            EXPECT_NE(name, QString(header));
+    }
 }

@@ -313,6 +313,14 @@ TEST_F(TabHeader, LowerCaseHeightTypeIsUpperCasedInConfiguration) {
     EXPECT_EQ(heightType->shown, "PHASE");
 }
 
+namespace {
+
+const QStringList OutputOptionRows = {"Window Start",       "Window End",         "Interval",
+                                      "Systems",            "Long Name",          "Long Name Country",
+                                      "Long Name Monument", "Long Name Receiver", "Compression"};
+
+} // namespace
+
 TEST_F(TabHeader, HeaderlessFileGetsDefaultConfiguration) {
     const QString path = writeFile(dir, "plain.dat", QByteArray(2048, '\x55'), 2048);
     TabBinaryToRinex3 tab(path);
@@ -323,7 +331,9 @@ TEST_F(TabHeader, HeaderlessFileGetsDefaultConfiguration) {
                                        "Marker Name", "Marker Number", "Latitude",     "Longitude",
                                        "Height",      "Antenna Name",  "Antenna Spec", "Antenna Height",
                                        "Height Type"};
-    ASSERT_EQ(names(config), expectedNames);
+    // The output options' rows follow the rows above, which keep their order and defaults.
+    ASSERT_EQ(names(config).mid(0, expectedNames.size()), expectedNames);
+    ASSERT_EQ(names(config).mid(expectedNames.size()), OutputOptionRows);
 
     EXPECT_EQ(config[0].kind, KindReadOnly);
     EXPECT_EQ(config[0].stored, path);
@@ -350,7 +360,7 @@ TEST_F(TabHeader, HeaderlessFileGetsDefaultConfiguration) {
     EXPECT_TRUE(tree->isExpanded(tree->itemModel()->index(1, 0)));
 
     const QMap<QString, QString> options = tree->getParameters("config");
-    EXPECT_EQ(options.size(), 13);
+    EXPECT_EQ(options.size(), 13 + OutputOptionRows.size());
     EXPECT_EQ(options.value("Version"), "3.04");
     EXPECT_EQ(options.value("Mode"), "3");
     EXPECT_EQ(options.value("Marker Type"), "GEODETIC");
@@ -373,11 +383,12 @@ TEST_F(TabHeader, HeaderFactsBecomeReadOnlyConfigurationRowsInFixedOrder) {
         "GNSS SN",    "GNSS Hardware",  "GNSS Software", "Version",          "Marker Type",
         "Mode",       "Marker Name",    "Marker Number", "Latitude",         "Longitude",
         "Height",     "Antenna Name",   "Antenna Spec",  "Antenna Height",   "Height Type"};
-    ASSERT_EQ(names(config), expectedNames);
+    ASSERT_EQ(names(config).mid(0, expectedNames.size()), expectedNames);
+    ASSERT_EQ(names(config).mid(expectedNames.size()), OutputOptionRows);
     const QStringList expectedValues = {
         path, "RX-9", "RSN", "R-3",  "BOARD-7", "BSN",     "HW-1",     "FW-2",    "3.04",  "GEODETIC",
         "3",  "MK",   "MN",  "40.5", "-4.25",   "775.979", "ANT NONE", "0,0,0,0", "0.178", "VERTICAL"};
-    for (int i = 0; i < config.size(); ++i)
+    for (int i = 0; i < expectedValues.size(); ++i)
         EXPECT_EQ(config[i].stored, expectedValues[i]) << config[i].name.toStdString();
     for (int i = 0; i < 8; ++i)
         EXPECT_EQ(config[i].kind, KindReadOnly) << config[i].name.toStdString();
