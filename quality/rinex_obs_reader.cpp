@@ -166,19 +166,22 @@ bool RinexObsReader::next(Epoch& epoch) {
         double v[8];
         const size_t at[8] = {2, 7, 10, 13, 16, 18, 31, 32};
         const size_t len[8] = {4, 2, 2, 2, 2, 11, 1, 3};
-        bool ok = line_.size() >= 35;
-        for (int i = 0; ok && i < 8; ++i)
+        bool ok = line_.size() >= 35 && parseNumber(field(line_, 31, 1), v[6]) &&
+                  parseNumber(field(line_, 32, 3), v[7]) && v[6] >= 0 && v[6] <= 6 && v[7] >= 0 && v[7] <= 999;
+        // Events may leave the epoch blank: they then belong to the last epoch's time.
+        const bool blankTime = ok && v[6] >= 2 && v[6] <= 5 && trimmed(field(line_, 1, 28)).empty();
+        for (int i = 0; ok && !blankTime && i < 6; ++i)
             ok = parseNumber(field(line_, at[i], len[i]), v[i]);
-        if (ok)
+        if (ok && !blankTime)
             ok = v[0] >= 1980 && v[0] < 2200 && v[1] >= 1 && v[1] <= 12 && v[2] >= 1 && v[2] <= 31 &&
-                 v[3] >= 0 && v[3] < 24 && v[4] >= 0 && v[4] < 60 && v[5] >= 0 && v[5] < 61 && v[6] >= 0 &&
-                 v[6] <= 6 && v[7] >= 0 && v[7] <= 999;
+                 v[3] >= 0 && v[3] < 24 && v[4] >= 0 && v[4] < 60 && v[5] >= 0 && v[5] < 61;
         if (!ok) {
             problem("malformed epoch line, epoch skipped");
             continue;
         }
         epoch.flag = int(v[6]);
-        epoch.time = gpsSecondsOf(int(v[0]), int(v[1]), int(v[2]), int(v[3]), int(v[4]), v[5]);
+        epoch.time = blankTime ? lastTime_ : gpsSecondsOf(int(v[0]), int(v[1]), int(v[2]), int(v[3]), int(v[4]), v[5]);
+        lastTime_ = epoch.time;
         const int count = int(v[7]);
         epoch.satelliteCount = 0;
         epoch.eventLines.clear();

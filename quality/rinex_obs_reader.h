@@ -32,6 +32,7 @@ private:
     std::string line_;
     bool pending_ = false; // line_ holds an epoch line read ahead
     long lineNumber_ = 0;
+    double lastTime_ = 0;
     std::vector<std::string> problems_;
     size_t problemCount_ = 0;
 

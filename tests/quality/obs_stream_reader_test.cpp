@@ -118,3 +118,25 @@ TEST(RinexObsReader, ReadsACompressedStationFile) {
     EXPECT_EQ(epochs, 60);
     EXPECT_EQ(reader.problemCount(), 0u);
 }
+
+TEST(RinexObsReader, EventWithoutEpochTakesTheLastEpochsTime) {
+    std::string text = kHeader;
+    text += "> 2018 07 19 00 05 30.0000000  0  1\n" + satelliteLine("G05", 21000000.0, 110000000.0, 0) + "\n";
+    text += ">                              3  2\n"
+            "PT01                                                        MARKER NAME\n"
+            "MK-0001                                                     MARKER NUMBER\n";
+    std::istringstream in(text);
+    RinexObsReader reader(in);
+    ObservationHeader h;
+    std::string error;
+    ASSERT_TRUE(reader.readHeader(h, error)) << error;
+    Epoch e;
+    ASSERT_TRUE(reader.next(e));
+    ASSERT_TRUE(reader.next(e));
+    EXPECT_EQ(e.flag, 3);
+    EXPECT_DOUBLE_EQ(e.time, gpsSecondsOf(2018, 7, 19, 0, 5, 30));
+    ASSERT_EQ(e.eventLines.size(), 2u);
+    EXPECT_EQ(e.eventLines[1].substr(0, 7), "MK-0001");
+    EXPECT_FALSE(reader.next(e));
+    EXPECT_EQ(reader.problemCount(), 0u);
+}
