@@ -13,7 +13,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-60}
 shift || true
 targets=("$@")
-[ ${#targets[@]} -eq 0 ] && targets=(stream writer header)
+[ ${#targets[@]} -eq 0 ] && targets=(stream writer header rinex)
 build=${FUZZ_BUILD_DIR:-$root/build-fuzz}
 
 cmake -S "$root" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
@@ -25,6 +25,18 @@ cmake --build "$build" -j "${FUZZ_BUILD_JOBS:-2}" --target "${build_targets[@]}"
 if [ ! -d "$build/seeds" ]; then
     mkdir -p "$build/seeds/stream" "$build/seeds/writer" "$build/seeds/header"
     "$build/fuzz/fuzz_make_seeds" "$build/seeds" "$root/samples/cebr-sample.dat" "$root"/tests/data/streams/*.dat
+fi
+if [ ! -d "$build/seeds/rinex" ]; then
+    # RINEX seeds: pieces of the bundled observation and navigation files.
+    mkdir -p "$build/seeds/rinex"
+    data=$root/tests/data/rinex
+    obs=$data/ESBC00DNK_R_20201770000_30M_30S_MO.rnx.gz
+    nav=$data/ESBC00DNK_R_20201770000_03H_MN.rnx.gz
+    zcat "$obs" | head -c 20000 >"$build/seeds/rinex/obs"
+    { zcat "$obs" | head -c 12000; printf '@@NAV@@\n'; zcat "$nav" | head -c 12000; } >"$build/seeds/rinex/obs-nav"
+    head -c 24000 "$data/CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx" >"$build/seeds/rinex/cebr"
+    { head -c 8000 "$data/CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx"; printf '@@NAV@@\n'
+      head -c 10000 "$data/ELKO00USA_R_20182100000_01D_MN_subset.rnx"; } >"$build/seeds/rinex/cebr-elko"
 fi
 
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
@@ -39,6 +51,7 @@ for t in "${targets[@]}"; do
         stream) options+=(-max_len=20000) ;;
         writer) options+=(-max_len=16384) ;;
         header) options+=(-max_len=2048) ;;
+        rinex) options+=(-max_len=30000) ;;
     esac
     regressions=("$root"/fuzz/regressions/"$t"/*)
     if [ -e "${regressions[0]}" ]; then

@@ -19,6 +19,10 @@ std::string runWriter(const uint8_t* data, size_t size);
 // Both file-header parsers on the input, then the options they give applied to a writer.
 std::string runHeader(const uint8_t* data, size_t size);
 
+// The quality check's RINEX readers: the input is an observation file, optionally followed
+// by "@@NAV@@\n" and a navigation file; every report form is then written.
+std::string runRinex(const uint8_t* data, size_t size);
+
 // A broken invariant, thrown from deep inside a run and returned by the run's function.
 struct Broken {
     std::string what;

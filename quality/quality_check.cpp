@@ -87,7 +87,7 @@ struct SatelliteAccumulator {
     std::vector<std::pair<double, double>> runs;
     std::vector<double> slipTimes;
     std::vector<std::array<double, 2>> sky;
-    double skyStep = 300, lastSky = -1e30;
+    double skyStep = 60, lastSky = -1e30;
 };
 
 // Pairs of bands for slips and multipath, in order of preference.
@@ -233,7 +233,8 @@ struct QualityCheck::State {
             sat.hasElevation = true;
             visibilityAvailable = true;
             if (sat.elevation >= mask) ++systems[s].visibleNow;
-            if (sat.elevation > 0 && sat.seen && t - sat.lastTime < 1.0 && t - sat.lastSky >= sat.skyStep) {
+            if (sat.elevation > 0 && sat.seen && t - sat.lastTime <= 1.5 * currentInterval() &&
+                t - sat.lastSky >= sat.skyStep) {
                 sat.lastSky = t;
                 sat.sky.push_back({sat.azimuth * 180 / kPi, sat.elevation * 180 / kPi});
                 if (sat.sky.size() >= 300) { // keep every second point from now on

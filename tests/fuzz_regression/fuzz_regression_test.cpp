@@ -41,3 +41,7 @@ TEST(FuzzRegression, WriterInputs) {
 TEST(FuzzRegression, HeaderInputs) {
     if (replay("header", fuzzing::runHeader) == 0) GTEST_SKIP() << "no saved header inputs";
 }
+
+TEST(FuzzRegression, RinexInputs) {
+    if (replay("rinex", fuzzing::runRinex) == 0) GTEST_SKIP() << "no saved rinex inputs";
+}
