@@ -29,6 +29,7 @@ namespace {
 const QString PackageDir = QStringLiteral(VELMOOR_PACKAGE_DIR);
 const QString Root = PackageDir + "/root";
 const QString Converter = Root + "/usr/bin/velmoor-convert";
+const QString QualityReport = Root + "/usr/bin/velmoor-qc";
 const QString Application = Root + "/usr/bin/velmoor";
 const QString MimeType = QStringLiteral("application/x-velmoor-data");
 
@@ -236,7 +237,7 @@ TEST_F(DebianPackage, ControlFieldsNameThePackageAndTheQtRuntime) {
 
 TEST_F(DebianPackage, DependsCoversEveryLibraryTheProgramsLink) {
     const QSet<QString> depends = dependencyNames(controlFields().value("Depends"));
-    for (const QString& program : {Application, Converter}) {
+    for (const QString& program : {Application, Converter, QualityReport}) {
         const ProcessResult dynamic = run("readelf", {"-d", program});
         ASSERT_EQ(dynamic.exitCode, 0) << dynamic.err.toStdString();
         // Installed programs find their libraries in the system, never in a build tree.
@@ -268,9 +269,11 @@ TEST_F(DebianPackage, HoldsTheProgramsDesktopEntryMimeTypeIconAndManualPage) {
     const QStringList expected = {
         "usr/bin/velmoor",
         "usr/bin/velmoor-convert",
+        "usr/bin/velmoor-qc",
         "usr/share/applications/velmoor.desktop",
         "usr/share/icons/hicolor/scalable/apps/velmoor.svg",
         "usr/share/man/man1/velmoor-convert.1.gz",
+        "usr/share/man/man1/velmoor-qc.1.gz",
         "usr/share/mime/packages/velmoor.xml",
     };
     EXPECT_EQ(packagedFiles(), expected);
