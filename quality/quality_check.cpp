@@ -104,6 +104,13 @@ const char* bandPairs(char system) {
     }
 }
 
+// Header and event texts for the reports: control characters become '?'.
+std::string printable(std::string s) {
+    for (char& ch : s)
+        if ((unsigned char)ch < 0x20 || ch == 0x7f) ch = '?';
+    return s;
+}
+
 } // namespace
 
 struct QualityCheck::State {
@@ -134,6 +141,7 @@ struct QualityCheck::State {
     bool visibilityAvailable = false;
 
     // Positions.
+    double lastPositioned = -1e30;
     bool hasFix = false;
     Vec3 lastFix{};
     Vec3 reference{};
@@ -463,8 +471,8 @@ struct QualityCheck::State {
                     const size_t e = v.find_last_not_of(' ');
                     return e == std::string::npos ? std::string() : v.substr(0, e + 1);
                 };
-                if (label.compare(0, 11, "MARKER NAME") == 0) o.name = text(60);
-                if (label.compare(0, 13, "MARKER NUMBER") == 0) o.number = text(20);
+                if (label.compare(0, 11, "MARKER NAME") == 0) o.name = printable(text(60));
+                if (label.compare(0, 13, "MARKER NUMBER") == 0) o.number = printable(text(20));
             }
             o.start = o.end = epoch.time;
             occupations.push_back(o);
@@ -547,7 +555,7 @@ void QualityCheck::setNavigation(const Navigation* navigation) {
 }
 
 void QualityCheck::addMessage(const std::string& message) {
-    if (s_->messages.size() < 50) s_->messages.push_back(message);
+    if (s_->messages.size() < 50) s_->messages.push_back(printable(message));
 }
 
 void QualityCheck::addEpoch(const Epoch& epoch) {
@@ -576,7 +584,9 @@ void QualityCheck::addEpoch(const Epoch& epoch) {
 
     PositionFix fix;
     bool haveFix = false;
-    if (s.positioning) {
+    if (s.positioning && (s.options.positionInterval <= 0 || epoch.time < s.lastPositioned ||
+                          epoch.time - s.lastPositioned >= s.options.positionInterval)) {
+        s.lastPositioned = epoch.time;
         const Vec3* guess = s.hasFix ? &s.lastFix
                             : s.header.hasApproxPosition ? &s.header.approxPosition
                                                          : nullptr;
@@ -609,10 +619,10 @@ Report QualityCheck::finish() {
     s.fixInterval();
     s.closeOccupation();
     Report r;
-    r.markerName = s.header.markerName;
-    r.markerNumber = s.header.markerNumber;
-    r.receiverType = s.header.receiverType;
-    r.antennaType = s.header.antennaType;
+    r.markerName = printable(s.header.markerName);
+    r.markerNumber = printable(s.header.markerNumber);
+    r.receiverType = printable(s.header.receiverType);
+    r.antennaType = printable(s.header.antennaType);
     r.hasHeaderPosition = s.header.hasApproxPosition;
     r.headerPosition = s.header.approxPosition;
     r.epochs = s.epochs;

@@ -98,3 +98,28 @@ TEST(Positioning, NavigationOfAnotherDayGivesNoPositionButAMessage) {
         told = told || m.find("another day") != std::string::npos;
     EXPECT_TRUE(told);
 }
+
+TEST(Positioning, OneEpochInAnInterval) {
+    // The station file at 30 s, positioned every 120 s: 15 of its 60 epochs.
+    std::string error;
+    quality::Navigation nav;
+    auto navIn = quality::openInput(testfiles::esbcNav(), error);
+    ASSERT_TRUE(navIn && nav.read(*navIn, error)) << error;
+    auto in = quality::openInput(testfiles::esbcObs(), error);
+    quality::RinexObsReader reader(*in);
+    quality::ObservationHeader header;
+    ASSERT_TRUE(reader.readHeader(header, error));
+    quality::Options options;
+    options.positionInterval = 120;
+    quality::QualityCheck qc(options);
+    qc.setHeader(header);
+    qc.setNavigation(&nav);
+    quality::Epoch epoch;
+    while (reader.next(epoch))
+        qc.addEpoch(epoch);
+    const quality::Report r = qc.finish();
+    ASSERT_TRUE(r.position.valid);
+    EXPECT_EQ(r.position.epochs, 15);
+    EXPECT_EQ(r.epochs, 60);
+    EXPECT_LT(quality::distance(r.position.mean, kEsbc), 10.0);
+}
