@@ -224,7 +224,8 @@ TEST_F(DebianPackage, ControlFieldsNameThePackageAndTheQtRuntime) {
     EXPECT_EQ(fields.value("Version"), VELMOOR_PACKAGE_VERSION);
     EXPECT_EQ(fields.value("Architecture"), run("dpkg", {"--print-architecture"}).out.trimmed());
     EXPECT_EQ(fields.value("Section"), "science");
-    EXPECT_FALSE(fields.value("Maintainer").isEmpty());
+    EXPECT_EQ(fields.value("Maintainer"), VELMOOR_PACKAGE_CONTACT);
+    EXPECT_FALSE(fields.value("Homepage").isEmpty());
     EXPECT_FALSE(fields.value("Description").isEmpty());
 
     const QSet<QString> depends = dependencyNames(fields.value("Depends"));
@@ -271,6 +272,7 @@ TEST_F(DebianPackage, HoldsTheProgramsDesktopEntryMimeTypeIconAndManualPage) {
         "usr/bin/velmoor-convert",
         "usr/bin/velmoor-qc",
         "usr/share/applications/velmoor.desktop",
+        "usr/share/doc/velmoor/copyright",
         "usr/share/icons/hicolor/scalable/apps/velmoor.svg",
         "usr/share/man/man1/velmoor-convert.1.gz",
         "usr/share/man/man1/velmoor-qc.1.gz",
@@ -292,6 +294,23 @@ TEST_F(DebianPackage, HoldsTheProgramsDesktopEntryMimeTypeIconAndManualPage) {
                                                                    : "-rw-r--r--";
         EXPECT_EQ(mode, expectedMode) << member.toStdString();
     }
+}
+
+// Debian's machine-readable format: the MIT (Expat) licence for the code, and the stations
+// whose public data the sample and the tests are made of, named for attribution.
+TEST_F(DebianPackage, CopyrightFileStatesTheLicenceAndTheDataAttribution) {
+    const QString copyright = QString::fromUtf8(readAll(Root + "/usr/share/doc/velmoor/copyright"));
+    ASSERT_FALSE(copyright.isEmpty());
+    EXPECT_TRUE(copyright.startsWith("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\n"));
+    EXPECT_TRUE(copyright.contains("Upstream-Contact: " VELMOOR_PACKAGE_CONTACT "\n"));
+    EXPECT_TRUE(copyright.contains("Files: *\nCopyright: 2026 The Velmoor developers\nLicense: Expat\n"));
+    EXPECT_TRUE(copyright.contains("\nLicense: Expat\n Permission is hereby granted, free of charge"));
+    EXPECT_TRUE(copyright.contains("Files: samples/* tests/data/*\n"));
+    for (const char* station : {"CEBR", "ELKO"})
+        EXPECT_TRUE(copyright.contains(station)) << station;
+    // Every paragraph is separated by one blank line and no field line is left empty.
+    for (const QString& line : copyright.split('\n'))
+        EXPECT_FALSE(line.startsWith(' ') && line.trimmed().isEmpty()) << "blank continuation line";
 }
 
 TEST_F(DebianPackage, InstalledConverterConvertsTheSample) {
