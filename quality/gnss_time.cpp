@@ -67,4 +67,13 @@ int weekOf(double gpsSeconds) {
     return int(std::floor(gpsSeconds / kSecondsPerWeek));
 }
 
+int gpsMinusUtcAt(double gpsSeconds) {
+    static const struct {
+        int year, month, value;
+    } table[] = {{2017, 1, 18}, {2015, 7, 17}, {2012, 7, 16}, {2009, 1, 15}, {2006, 1, 14}, {1999, 1, 13}};
+    for (const auto& e : table)
+        if (gpsSeconds >= gpsSecondsOf(e.year, e.month, 1, 0, 0, 0)) return e.value;
+    return 13;
+}
+
 } // namespace quality

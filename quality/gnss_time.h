@@ -11,5 +11,7 @@ std::string isoTime(double gpsSeconds);
 // Seconds of the GPS week.
 double secondsOfWeek(double gpsSeconds);
 int weekOf(double gpsSeconds);
+// GPS - UTC in seconds at a GPS time (from 1999 on), for records that do not say it.
+int gpsMinusUtcAt(double gpsSeconds);
 
 } // namespace quality

@@ -17,17 +17,6 @@ double validityOf(char system) {
     return system == 'R' ? 3600.0 : 3 * 3600.0;
 }
 
-// GPS - UTC at a GPS time, for GLONASS records when no file gives it.
-int leapSecondsAt(double gpsSeconds) {
-    static const struct {
-        int year, month;
-        int value;
-    } table[] = {{2017, 1, 18}, {2015, 7, 17}, {2012, 7, 16}, {2009, 1, 15}, {2006, 1, 14}, {1999, 1, 13}};
-    for (const auto& e : table)
-        if (gpsSeconds >= gpsSecondsOf(e.year, e.month, 1, 0, 0, 0)) return e.value;
-    return 13;
-}
-
 // A continuous time from seconds of week, taken in the week closest to a nearby time.
 double nearWeek(double secondsOfWeekValue, double near) {
     double t = std::floor(near / kSecondsPerWeek) * kSecondsPerWeek + secondsOfWeekValue;
@@ -127,7 +116,7 @@ bool toGlonass(const Record& r, int leap, GlonassEphemeris& g) {
     for (double x : v)
         if (!std::isfinite(x)) return false;
     g.number = r.number;
-    g.toc = r.epoch + (leap >= 0 ? leap : leapSecondsAt(r.epoch));
+    g.toc = r.epoch + (leap >= 0 ? leap : gpsMinusUtcAt(r.epoch));
     g.clockBias = v[0];
     g.relativeFreq = v[1];
     g.position = {v[3] * 1e3, v[7] * 1e3, v[11] * 1e3};
