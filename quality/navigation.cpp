@@ -98,7 +98,7 @@ bool toKepler(const Record& r, KeplerEphemeris& e) {
     e.idot = v[19];
     e.healthy = !(v[24] != 0);
     if (r.system == 'E') {
-        const long source = long(v[20]);
+        const long source = v[20] >= 0 && v[20] < 1e9 ? long(v[20]) : 0; // data-source bits
         e.galileoFnav = (source & 2) != 0 && (source & 5) == 0;
         e.groupDelay = e.galileoFnav ? v[25] : v[26];
     } else {
@@ -123,7 +123,7 @@ bool toGlonass(const Record& r, int leap, GlonassEphemeris& g) {
     g.velocity = {v[4] * 1e3, v[8] * 1e3, v[12] * 1e3};
     g.acceleration = {v[5] * 1e3, v[9] * 1e3, v[13] * 1e3};
     g.healthy = v[6] == 0;
-    g.channel = int(v[10]);
+    g.channel = v[10] >= -7 && v[10] <= 6 ? int(v[10]) : 99; // 99: unknown
     const double radius = std::sqrt(g.position[0] * g.position[0] + g.position[1] * g.position[1] +
                                     g.position[2] * g.position[2]);
     return radius > 2.0e7 && radius < 3.0e7 && std::fabs(g.clockBias) < 1;

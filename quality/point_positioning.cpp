@@ -131,7 +131,7 @@ bool PointPositioning::solve(const Epoch& epoch, const Vec3* guess, PositionFix&
                 channel = it->second;
             else if (const GlonassEphemeris* g = nav_.glonass(sat.number, t0))
                 channel = g->channel;
-            frequency = kFreqG1 + channel * kFreqG1Step;
+            frequency = channel >= -7 && channel <= 6 ? kFreqG1 + channel * kFreqG1Step : kFreqG1;
         }
         const double t1 = t0 - s.clock;
         if (!nav_.state(sat.system, sat.number, t1, s)) continue;
