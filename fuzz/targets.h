@@ -19,6 +19,10 @@ std::string runWriter(const uint8_t* data, size_t size);
 // Both file-header parsers on the input, then the options they give applied to a writer.
 std::string runHeader(const uint8_t* data, size_t size);
 
+// The Compact RINEX encoder on the input as a plain observation file; when it accepts it,
+// the output must be clean and expand (with the tests' expander) back to the input.
+std::string runCompactRinex(const uint8_t* data, size_t size);
+
 // The quality check's RINEX readers: the input is an observation file, optionally followed
 // by "@@NAV@@\n" and a navigation file; every report form is then written.
 std::string runRinex(const uint8_t* data, size_t size);

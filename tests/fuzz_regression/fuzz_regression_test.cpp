@@ -42,6 +42,10 @@ TEST(FuzzRegression, HeaderInputs) {
     if (replay("header", fuzzing::runHeader) == 0) GTEST_SKIP() << "no saved header inputs";
 }
 
+TEST(FuzzRegression, CompactRinexInputs) {
+    if (replay("compact_rinex", fuzzing::runCompactRinex) == 0) GTEST_SKIP() << "no saved compact_rinex inputs";
+}
+
 TEST(FuzzRegression, RinexInputs) {
     if (replay("rinex", fuzzing::runRinex) == 0) GTEST_SKIP() << "no saved rinex inputs";
 }
