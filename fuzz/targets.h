@@ -27,6 +27,10 @@ std::string runOutputOptions(const uint8_t* data, size_t size);
 // the output must be clean and expand (with the tests' expander) back to the input.
 std::string runCompactRinex(const uint8_t* data, size_t size);
 
+// The quality check's RINEX readers: the input is an observation file, optionally followed
+// by "@@NAV@@\n" and a navigation file; every report form is then written.
+std::string runRinex(const uint8_t* data, size_t size);
+
 // A broken invariant, thrown from deep inside a run and returned by the run's function.
 struct Broken {
     std::string what;

@@ -13,6 +13,14 @@ constexpr double kEarthRotationRate = 7.2921151467e-5; // rad/s
 constexpr double kEarthGravitation = 3.986004418e14;
 constexpr double kBeidouGravitation = kEarthGravitation;
 constexpr double kGpsGravitation = 3.986005e14;
+// GLONASS orbits: their own GM, Earth radius and second zonal harmonic (PZ-90).
+constexpr double kGlonassGravitation = 3.9860044e14;
+constexpr double kGlonassEarthRadius = 6378136.0; // m
+constexpr double kGlonassJ2 = 1.0826257e-3;
+// BeiDou orbits turn the Earth at a slightly rounder rate.
+constexpr double kBeidouEarthRotationRate = 7.292115e-5; // rad/s
+// The satellite clock's relativistic term: F = -2 sqrt(GM) / c^2, s/m^0.5.
+constexpr double kRelativityF = -4.442807633e-10;
 
 // The WGS 84 ellipsoid of the receiver positions.
 constexpr double kWgs84SemiMajorAxis = 6378137.0; // m

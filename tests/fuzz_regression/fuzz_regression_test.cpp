@@ -49,3 +49,7 @@ TEST(FuzzRegression, HeaderInputs) {
 TEST(FuzzRegression, CompactRinexInputs) {
     if (replay("compact_rinex", fuzzing::runCompactRinex) == 0) GTEST_SKIP() << "no saved compact_rinex inputs";
 }
+
+TEST(FuzzRegression, RinexInputs) {
+    if (replay("rinex", fuzzing::runRinex) == 0) GTEST_SKIP() << "no saved rinex inputs";
+}

@@ -32,6 +32,7 @@ using testsupport::readAll;
 const QString PackageDir = QStringLiteral(VELMOOR_PACKAGE_DIR);
 const QString Root = PackageDir + "/root";
 const QString Converter = Root + "/usr/bin/velmoor-convert";
+const QString QualityReport = Root + "/usr/bin/velmoor-qc";
 const QString Application = Root + "/usr/bin/velmoor";
 const QString MimeType = QStringLiteral("application/x-velmoor-data");
 
@@ -239,7 +240,7 @@ TEST_F(DebianPackage, ControlFieldsNameThePackageAndTheQtRuntime) {
 
 TEST_F(DebianPackage, DependsCoversEveryLibraryTheProgramsLink) {
     const QSet<QString> depends = dependencyNames(controlFields().value("Depends"));
-    for (const QString& program : {Application, Converter}) {
+    for (const QString& program : {Application, Converter, QualityReport}) {
         const ProcessResult dynamic = run("readelf", {"-d", program});
         ASSERT_EQ(dynamic.exitCode, 0) << dynamic.err.toStdString();
         // Installed programs find their libraries in the system, never in a build tree.
@@ -271,10 +272,12 @@ TEST_F(DebianPackage, HoldsTheProgramsDesktopEntryMimeTypeIconAndManualPage) {
     const QStringList expected = {
         "usr/bin/velmoor",
         "usr/bin/velmoor-convert",
+        "usr/bin/velmoor-qc",
         "usr/share/applications/velmoor.desktop",
         "usr/share/doc/velmoor/copyright",
         "usr/share/icons/hicolor/scalable/apps/velmoor.svg",
         "usr/share/man/man1/velmoor-convert.1.gz",
+        "usr/share/man/man1/velmoor-qc.1.gz",
         "usr/share/mime/packages/velmoor.xml",
     };
     EXPECT_EQ(packagedFiles(), expected);

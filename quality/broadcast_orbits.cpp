@@ -1,0 +1,151 @@
+#include "quality/broadcast_orbits.h"
+
+#include <cmath>
+
+#include "gnss/constants.h"
+#include "gnss/gps_calendar.h"
+
+namespace quality {
+
+bool isBeidouGeo(int number) {
+    return number <= 5 || number >= 59;
+}
+
+namespace {
+
+double muOf(char system) {
+    switch (system) {
+    case 'E': return gnss::kEarthGravitation;
+    case 'C': return gnss::kBeidouGravitation;
+    default: return gnss::kGpsGravitation;
+    }
+}
+
+double rotationOf(char system) {
+    return system == 'C' ? gnss::kBeidouEarthRotationRate : gnss::kEarthRotationRate;
+}
+
+double eccentricAnomaly(const KeplerEphemeris& eph, double tk, double& a) {
+    a = eph.sqrtA * eph.sqrtA;
+    const double n = std::sqrt(muOf(eph.system) / (a * a * a)) + eph.deltaN;
+    const double m = eph.m0 + n * tk;
+    double e = m;
+    for (int i = 0; i < 20; ++i) {
+        const double next = m + eph.e * std::sin(e);
+        if (std::fabs(next - e) < 1e-13) {
+            e = next;
+            break;
+        }
+        e = next;
+    }
+    return e;
+}
+
+double clockPolynomial(const KeplerEphemeris& eph, double t) {
+    const double dt = t - eph.toc;
+    return eph.af0 + eph.af1 * dt + eph.af2 * dt * dt;
+}
+
+} // namespace
+
+double keplerClock(const KeplerEphemeris& eph, double t) {
+    double a = 0;
+    const double e = eccentricAnomaly(eph, t - eph.toe, a);
+    return clockPolynomial(eph, t) + gnss::kRelativityF * eph.e * eph.sqrtA * std::sin(e);
+}
+
+SatelliteState keplerState(const KeplerEphemeris& eph, double t) {
+    SatelliteState s;
+    const double tk = t - eph.toe;
+    double a = 0;
+    const double ea = eccentricAnomaly(eph, tk, a);
+    const double v = std::atan2(std::sqrt(1 - eph.e * eph.e) * std::sin(ea), std::cos(ea) - eph.e);
+    const double phi = v + eph.omega;
+    const double s2 = std::sin(2 * phi), c2 = std::cos(2 * phi);
+    const double u = phi + eph.cus * s2 + eph.cuc * c2;
+    const double r = a * (1 - eph.e * std::cos(ea)) + eph.crs * s2 + eph.crc * c2;
+    const double i = eph.i0 + eph.idot * tk + eph.cis * s2 + eph.cic * c2;
+    const double xp = r * std::cos(u), yp = r * std::sin(u);
+    const double we = rotationOf(eph.system);
+    if (eph.system == 'C' && isBeidouGeo(eph.number)) {
+        const double node = eph.omega0 + eph.omegaDot * tk - we * eph.toeOfWeek;
+        const double xg = xp * std::cos(node) - yp * std::cos(i) * std::sin(node);
+        const double yg = xp * std::sin(node) + yp * std::cos(i) * std::cos(node);
+        const double zg = yp * std::sin(i);
+        const double f = -5.0 * gnss::kPi / 180.0;
+        const double y1 = yg * std::cos(f) + zg * std::sin(f);
+        const double z1 = -yg * std::sin(f) + zg * std::cos(f);
+        const double z = we * tk;
+        s.position = {xg * std::cos(z) + y1 * std::sin(z), -xg * std::sin(z) + y1 * std::cos(z), z1};
+    } else {
+        const double node = eph.omega0 + (eph.omegaDot - we) * tk - we * eph.toeOfWeek;
+        s.position = {xp * std::cos(node) - yp * std::cos(i) * std::sin(node),
+                      xp * std::sin(node) + yp * std::cos(i) * std::cos(node), yp * std::sin(i)};
+    }
+    s.clock = clockPolynomial(eph, t) + gnss::kRelativityF * eph.e * eph.sqrtA * std::sin(ea);
+    s.groupDelay = eph.groupDelay;
+    return s;
+}
+
+namespace {
+
+void derivative(const double* y, const Vec3& acc, double* dy) {
+    const double x = y[0], yy = y[1], z = y[2];
+    const double r2 = x * x + yy * yy + z * z;
+    const double r = std::sqrt(r2);
+    const double r3 = r2 * r, r5 = r3 * r2;
+    const double mu = gnss::kGlonassGravitation, a2 = gnss::kGlonassEarthRadius * gnss::kGlonassEarthRadius, we = gnss::kEarthRotationRate;
+    const double j = 1.5 * gnss::kGlonassJ2 * mu * a2 / r5;
+    const double zz = 5 * z * z / r2;
+    dy[0] = y[3];
+    dy[1] = y[4];
+    dy[2] = y[5];
+    dy[3] = -mu * x / r3 - j * x * (1 - zz) + we * we * x + 2 * we * y[4] + acc[0];
+    dy[4] = -mu * yy / r3 - j * yy * (1 - zz) + we * we * yy - 2 * we * y[3] + acc[1];
+    dy[5] = -mu * z / r3 - j * z * (3 - zz) + acc[2];
+}
+
+void rungeKutta(double* y, const Vec3& acc, double h) {
+    double k1[6], k2[6], k3[6], k4[6], t[6];
+    derivative(y, acc, k1);
+    for (int i = 0; i < 6; ++i) t[i] = y[i] + 0.5 * h * k1[i];
+    derivative(t, acc, k2);
+    for (int i = 0; i < 6; ++i) t[i] = y[i] + 0.5 * h * k2[i];
+    derivative(t, acc, k3);
+    for (int i = 0; i < 6; ++i) t[i] = y[i] + h * k3[i];
+    derivative(t, acc, k4);
+    for (int i = 0; i < 6; ++i) y[i] += h / 6 * (k1[i] + 2 * k2[i] + 2 * k3[i] + k4[i]);
+}
+
+} // namespace
+
+SatelliteState glonassState(const GlonassEphemeris& eph, double t, GlonassCache* cache) {
+    double y[6] = {eph.position[0], eph.position[1], eph.position[2],
+                   eph.velocity[0], eph.velocity[1], eph.velocity[2]};
+    double from = eph.toc;
+    if (cache && cache->eph == &eph && std::fabs(t - cache->time) < std::fabs(t - eph.toc)) {
+        for (int i = 0; i < 3; ++i) {
+            y[i] = cache->position[size_t(i)];
+            y[i + 3] = cache->velocity[size_t(i)];
+        }
+        from = cache->time;
+    }
+    double left = t - from;
+    while (std::fabs(left) > 1e-9) {
+        const double h = std::fabs(left) > 60 ? (left > 0 ? 60 : -60) : left;
+        rungeKutta(y, eph.acceleration, h);
+        left -= h;
+    }
+    if (cache) {
+        cache->eph = &eph;
+        cache->time = t;
+        cache->position = {y[0], y[1], y[2]};
+        cache->velocity = {y[3], y[4], y[5]};
+    }
+    SatelliteState s;
+    s.position = {y[0], y[1], y[2]};
+    s.clock = eph.clockBias + eph.relativeFreq * (t - eph.toc);
+    return s;
+}
+
+} // namespace quality

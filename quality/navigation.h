@@ -1,0 +1,52 @@
+#pragma once
+// Broadcast navigation data for the quality check: the ephemerides of every satellite, the
+// ionosphere coefficients, and the choice of the record that applies at a given time.
+#include <array>
+#include <istream>
+#include <string>
+#include <vector>
+
+#include "quality/broadcast_orbits.h"
+
+namespace quality {
+
+class Navigation {
+public:
+    // Adds the records of a RINEX 3 navigation file. False with a message when the input is
+    // not one; malformed records are skipped and counted in problems().
+    bool read(std::istream& in, std::string& error);
+
+    void add(const KeplerEphemeris& eph);
+    void add(const GlonassEphemeris& eph);
+    void setKlobuchar(const std::array<double, 4>& alpha, const std::array<double, 4>& beta);
+    void setLeapSeconds(int seconds) { leapSeconds_ = seconds; }
+
+    // The healthy record closest to t within its system's validity, or nullptr.
+    const KeplerEphemeris* kepler(char system, int number, double t) const;
+    const GlonassEphemeris* glonass(int number, double t) const;
+    // Position and clock at transmission time t; false without a usable record.
+    bool state(char system, int number, double t, SatelliteState& out) const;
+
+    bool hasKlobuchar() const { return hasKlobuchar_; }
+    const std::array<double, 4>& alpha() const { return alpha_; }
+    const std::array<double, 4>& beta() const { return beta_; }
+    size_t recordCount() const;
+    bool empty() const { return recordCount() == 0; }
+    // Earliest and latest reference time of the records (GPS seconds), 0 when empty.
+    double firstTime() const;
+    double lastTime() const;
+    // Satellites with at least one record, as (system, number).
+    std::vector<std::pair<char, int>> satellites() const;
+    const std::vector<std::string>& problems() const { return problems_; }
+
+private:
+    std::vector<KeplerEphemeris> kepler_[8][64]; // per system index and satellite number
+    std::vector<GlonassEphemeris> glonass_[64];
+    std::array<double, 4> alpha_{}, beta_{};
+    bool hasKlobuchar_ = false;
+    int leapSeconds_ = -1;
+    std::vector<std::string> problems_;
+    mutable GlonassCache glonassCache_[64];
+};
+
+} // namespace quality

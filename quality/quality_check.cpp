@@ -1,0 +1,747 @@
+#include "quality/quality_check.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+#include "quality/geodesy.h"
+#include "gnss/constants.h"
+#include "gnss/gps_calendar.h"
+#include "quality/rinex_obs_reader.h"
+#include "quality/signal_frequency.h"
+#include "quality/slip_thresholds.h"
+
+namespace quality {
+
+namespace {
+
+constexpr int kSystemCount = 7;
+const char kSystemLetters[kSystemCount + 1] = "GRECJIS";
+constexpr double kVisibilityStep = 30.0;  // s between elevation updates
+constexpr int kMinMultipathArc = 5;       // epochs: shorter arcs add nothing
+constexpr double kPdopBin = 0.01;
+constexpr int kPdopBins = 3000;
+
+int typeIndex(char type) {
+    switch (type) {
+    case 'C': return 0;
+    case 'L': return 1;
+    case 'D': return 2;
+    case 'S': return 3;
+    default: return -1;
+    }
+}
+
+// Index of band digit and attribute letter, -1 when outside the RINEX alphabet.
+int signalKey(char band, char attribute) {
+    if (band < '0' || band > '9' || attribute < 'A' || attribute > 'Z') return -1;
+    return (band - '0') * 26 + (attribute - 'A');
+}
+
+struct MultipathArc {
+    double reference = 0, sum = 0, sumSq = 0;
+    long n = 0;
+};
+
+struct SignalAccumulator {
+    long observations = 0, aboveMask = 0;
+    double cn0Sum = 0;
+    long cn0Count = 0;
+    std::array<double, 18> binSum{};
+    std::array<long, 18> binCount{};
+    long stamp = -1; // satellite epoch that last counted this signal
+};
+
+struct SystemAccumulator {
+    std::array<int, 4 * 260> codeIndex;
+    std::vector<std::string> codes;
+    std::vector<long> codeCounts;
+    std::array<int, 260> signalIndex;
+    std::vector<std::string> signals;
+    std::vector<SignalAccumulator> signal;
+    long expected = 0;
+    int visibleNow = 0;
+    long slips = 0, phaseEpochs = 0;
+    char bands[2] = {0, 0};
+    double mpSumSq[2] = {0, 0};
+    long mpCount[2] = {0, 0};
+    SystemAccumulator() {
+        codeIndex.fill(-1);
+        signalIndex.fill(-1);
+    }
+};
+
+struct SatelliteAccumulator {
+    bool seen = false;
+    long epochs = 0, slips = 0, lli = 0, gf = 0, mw = 0, phaseEpochs = 0;
+    double lastTime = -1;
+    // Dual-frequency arc.
+    int gfCount = 0;
+    double gf1 = 0, t1 = 0, gf2 = 0, t2 = 0;
+    double mwMean = 0, mwM2 = 0;
+    long mwCount = 0;
+    MultipathArc mp[2];
+    // Elevation from the broadcast orbit.
+    bool hasElevation = false;
+    double elevation = 0, azimuth = 0; // rad
+    // Plots.
+    std::vector<std::pair<double, double>> runs;
+    std::vector<double> slipTimes;
+    std::vector<std::array<double, 2>> sky;
+    double skyStep = 60, lastSky = -1e30;
+};
+
+// Pairs of bands for slips and multipath, in order of preference.
+const char* bandPairs(char system) {
+    switch (system) {
+    case 'G': return "1215";
+    case 'J': return "1215";
+    case 'R': return "12";
+    case 'E': return "1517";
+    case 'C': return "27261727";
+    case 'S': return ""; // the two SBAS carriers are not generated coherently
+    case 'I': return "59";
+    default: return "";
+    }
+}
+
+// Header and event texts for the reports: control characters become '?'.
+std::string printable(std::string s) {
+    for (char& ch : s)
+        if ((unsigned char)ch < 0x20 || ch == 0x7f) ch = '?';
+    return s;
+}
+
+} // namespace
+
+struct QualityCheck::State {
+    Options options;
+    ObservationHeader header;
+    bool hasHeader = false;
+    const Navigation* nav = nullptr;
+    std::unique_ptr<PointPositioning> positioning;
+    std::vector<std::pair<char, int>> navSatellites;
+    std::vector<std::string> messages;
+
+    SystemAccumulator systems[kSystemCount];
+    SatelliteAccumulator satellites[kSystemCount][64];
+    long satelliteEpochStamp = 0;
+
+    // Span.
+    long epochs = 0;
+    double first = 0, last = 0;
+    double interval = 0;
+    bool intervalFixed = false;
+    std::map<long long, int> stepHistogram;
+    std::vector<std::pair<double, double>> pendingSteps;
+    std::vector<Gap> gaps;
+    long gapCount = 0;
+
+    // Visibility.
+    double lastVisibility = -1e30;
+    bool visibilityAvailable = false;
+
+    // Positions.
+    double lastPositioned = -1e30;
+    bool hasFix = false;
+    Vec3 lastFix{};
+    Vec3 reference{};
+    double sum[3] = {}, sumSq[3] = {};
+    long fixes = 0;
+    long usedSum = 0;
+    std::vector<int> pdopHistogram = std::vector<int>(kPdopBins + 1, 0);
+
+    // Occupations.
+    std::vector<Occupation> occupations;
+    bool occupationOpen = false;
+    long occupationSatsSum = 0;
+    double occupationSum[3] = {};
+
+    // Plot samples.
+    std::vector<EpochSample> samples;
+    long sampleStride = 1;
+    long epochIndex = 0;
+
+    double currentInterval() const {
+        if (interval > 0) return interval;
+        if (!stepHistogram.empty()) {
+            auto best = stepHistogram.begin();
+            for (auto it = stepHistogram.begin(); it != stepHistogram.end(); ++it)
+                if (it->second > best->second) best = it;
+            return double(best->first) / 1000.0;
+        }
+        return 30.0;
+    }
+
+    void addGapStep(double from, double to) {
+        const double step = to - from;
+        if (step <= 1.5 * interval) return;
+        ++gapCount;
+        if (gaps.size() < 1000)
+            gaps.push_back({from, to, std::max(0L, long(std::llround(step / interval)) - 1)});
+    }
+
+    void fixInterval() {
+        if (intervalFixed) return;
+        intervalFixed = true;
+        if (!(interval > 0)) interval = stepHistogram.empty() ? 0 : currentInterval();
+        if (interval > 0)
+            for (const auto& s : pendingSteps)
+                addGapStep(s.first, s.second);
+        pendingSteps.clear();
+    }
+
+    void span(double t) {
+        if (epochs == 0) {
+            first = last = t;
+        } else {
+            const double step = t - last;
+            if (step > 0) {
+                if (!intervalFixed) {
+                    ++stepHistogram[std::llround(step * 1000.0)];
+                    pendingSteps.emplace_back(last, t);
+                    if (pendingSteps.size() >= 50) fixInterval();
+                } else if (interval > 0) {
+                    addGapStep(last, t);
+                }
+            }
+            last = std::max(last, t);
+        }
+        ++epochs;
+    }
+
+    Vec3 receiverForVisibility() const {
+        if (header.hasApproxPosition) {
+            const Vec3& p = header.approxPosition;
+            if (std::sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2]) > 6.0e6) return p;
+        }
+        if (hasFix) return lastFix;
+        return Vec3{};
+    }
+
+    void updateVisibility(double t) {
+        if (!nav || navSatellites.empty()) return;
+        if (t - lastVisibility < kVisibilityStep && t >= lastVisibility) return;
+        const Vec3 receiver = receiverForVisibility();
+        if (receiver[0] == 0 && receiver[1] == 0 && receiver[2] == 0) return;
+        lastVisibility = t;
+        const Geodetic g = toGeodetic(receiver);
+        const double mask = options.elevationMask * gnss::kPi / 180.0;
+        for (auto& system : systems)
+            system.visibleNow = 0;
+        for (auto& system : satellites)
+            for (auto& sat : system)
+                sat.hasElevation = false;
+        for (const auto& [letter, number] : navSatellites) {
+            const int s = systemIndex(letter);
+            if (s >= kSystemCount || number < 1 || number > 63) continue;
+            SatelliteState state;
+            if (!nav->state(letter, number, t - 0.075, state)) continue;
+            SatelliteAccumulator& sat = satellites[s][number];
+            azimuthElevation(receiver, g, state.position, sat.azimuth, sat.elevation);
+            sat.hasElevation = true;
+            visibilityAvailable = true;
+            if (sat.elevation >= mask) ++systems[s].visibleNow;
+            if (sat.elevation > 0 && sat.seen && t - sat.lastTime <= 1.5 * currentInterval() &&
+                t - sat.lastSky >= sat.skyStep) {
+                sat.lastSky = t;
+                sat.sky.push_back({sat.azimuth * 180 / gnss::kPi, sat.elevation * 180 / gnss::kPi});
+                if (sat.sky.size() >= 300) { // keep every second point from now on
+                    size_t k = 0;
+                    for (size_t i = 0; i < sat.sky.size(); i += 2)
+                        sat.sky[k++] = sat.sky[i];
+                    sat.sky.resize(k);
+                    sat.skyStep *= 2;
+                }
+            }
+        }
+    }
+
+    void closeArc(SatelliteAccumulator& sat, SystemAccumulator& system) {
+        for (int f = 0; f < 2; ++f) {
+            MultipathArc& arc = sat.mp[f];
+            if (arc.n >= kMinMultipathArc) {
+                system.mpSumSq[f] += arc.sumSq - arc.sum * arc.sum / double(arc.n);
+                system.mpCount[f] += arc.n;
+            }
+            arc = MultipathArc{};
+        }
+        sat.gfCount = 0;
+        sat.mwCount = 0;
+        sat.mwMean = sat.mwM2 = 0;
+    }
+
+    int glonassChannel(int number, double t) const {
+        const auto it = header.glonassChannels.find(number);
+        if (it != header.glonassChannels.end()) return it->second;
+        if (nav)
+            if (const GlonassEphemeris* g = nav->glonass(number, t)) return g->channel;
+        return 99;
+    }
+
+    void addSatellite(const SatelliteObservations& obs, double t, bool slipFlagged) {
+        const int s = systemIndex(obs.system);
+        if (s >= kSystemCount || obs.number < 1 || obs.number > 63) return;
+        SystemAccumulator& system = systems[s];
+        SatelliteAccumulator& sat = satellites[s][obs.number];
+        ++satelliteEpochStamp;
+        const double maxStep = 1.5 * currentInterval();
+        const bool newArc = sat.lastTime < 0 || t - sat.lastTime > maxStep || t <= sat.lastTime;
+        const bool aboveMask = sat.hasElevation && sat.elevation >= options.elevationMask * gnss::kPi / 180.0;
+        const int elevationBin =
+            sat.hasElevation && sat.elevation >= 0 ? std::min(17, int(sat.elevation * 180 / gnss::kPi / 5)) : -1;
+
+        sat.seen = true;
+        ++sat.epochs;
+        // Tracking runs.
+        if (sat.runs.empty() || newArc) {
+            if (sat.runs.size() < options.maxRunsPerSatellite)
+                sat.runs.emplace_back(t, t);
+            else
+                sat.runs.back().second = t;
+        } else {
+            sat.runs.back().second = t;
+        }
+
+        const Observation* phase[2] = {nullptr, nullptr};
+        const Observation* code[2] = {nullptr, nullptr};
+        bool lossOfLock = false, anyPhase = false;
+        for (const Observation& o : obs.observations) {
+            const int type = typeIndex(o.type);
+            const int key = signalKey(o.band, o.attribute);
+            if (type < 0 || key < 0) continue;
+            int& ci = system.codeIndex[size_t(type * 260 + key)];
+            if (ci < 0) {
+                ci = int(system.codes.size());
+                system.codes.push_back(std::string{o.type, o.band, o.attribute});
+                system.codeCounts.push_back(0);
+            }
+            ++system.codeCounts[size_t(ci)];
+            int& si = system.signalIndex[size_t(key)];
+            if (si < 0) {
+                si = int(system.signals.size());
+                system.signals.push_back(std::string{o.band, o.attribute});
+                system.signal.emplace_back();
+            }
+            SignalAccumulator& sig = system.signal[size_t(si)];
+            if (sig.stamp != satelliteEpochStamp) {
+                sig.stamp = satelliteEpochStamp;
+                ++sig.observations;
+                if (aboveMask) ++sig.aboveMask;
+            }
+            if (o.type == 'S' && o.value > 0 && o.value < 100) {
+                sig.cn0Sum += o.value;
+                ++sig.cn0Count;
+                if (elevationBin >= 0) {
+                    sig.binSum[size_t(elevationBin)] += o.value;
+                    ++sig.binCount[size_t(elevationBin)];
+                }
+            }
+            if (o.type == 'L' && o.value != 0) {
+                anyPhase = true;
+                // Loss of lock counts on the two slip-check bands (any band without them).
+                if ((o.lli & 1) && (!system.bands[0] || o.band == system.bands[0] || o.band == system.bands[1]))
+                    lossOfLock = true;
+                for (int f = 0; f < 2; ++f)
+                    if (o.band == system.bands[f] && !phase[f]) phase[f] = &o;
+            }
+        }
+        for (int f = 0; f < 2; ++f) {
+            if (!phase[f]) continue;
+            for (const Observation& o : obs.observations)
+                if (o.type == 'C' && o.band == system.bands[f] && o.value != 0 &&
+                    (!code[f] || (o.attribute == phase[f]->attribute && code[f]->attribute != phase[f]->attribute)))
+                    code[f] = &o;
+        }
+        if (anyPhase) {
+            ++sat.phaseEpochs;
+            ++system.phaseEpochs;
+        }
+
+        if (newArc) closeArc(sat, system);
+        bool lli = !newArc && (lossOfLock || slipFlagged);
+        bool gfSlip = false, mwSlip = false;
+        double gf = 0, nw = 0, fa = 0, fb = 0, la = 0, lb = 0;
+        const bool dual = phase[0] && phase[1];
+        if (dual) {
+            const int channel = obs.system == 'R' ? glonassChannel(obs.number, t) : 0;
+            fa = carrierFrequency(obs.system, phase[0]->band, phase[0]->attribute, channel);
+            fb = carrierFrequency(obs.system, phase[1]->band, phase[1]->attribute, channel);
+        }
+        const bool usable = dual && fa > 0 && fb > 0 && fa != fb;
+        if (usable) {
+            la = gnss::kSpeedOfLight / fa;
+            lb = gnss::kSpeedOfLight / fb;
+            gf = la * phase[0]->value - lb * phase[1]->value;
+            if (!newArc && sat.gfCount > 0) {
+                const double dt = t - sat.t1;
+                const double predicted =
+                    sat.gfCount >= 2 && sat.t1 > sat.t2 ? sat.gf1 + (sat.gf1 - sat.gf2) * dt / (sat.t1 - sat.t2) : sat.gf1;
+                if (std::fabs(gf - predicted) > geometryFreeThreshold(dt)) gfSlip = true;
+            }
+            if (code[0] && code[1]) {
+                const double lw = gnss::kSpeedOfLight / (fa - fb);
+                nw = (phase[0]->value - phase[1]->value) - (fa * code[0]->value + fb * code[1]->value) / (fa + fb) / lw;
+                if (!newArc && sat.mwCount > 0) {
+                    const double sigma = sat.mwCount >= 2 ? std::sqrt(sat.mwM2 / double(sat.mwCount - 1)) : 0;
+                    if (std::fabs(nw - sat.mwMean) > wideLaneThreshold(sigma, sat.mwCount)) mwSlip = true;
+                }
+            }
+        }
+        if (lli || gfSlip || mwSlip) {
+            ++sat.slips;
+            ++system.slips;
+            if (lli) ++sat.lli;
+            if (gfSlip) ++sat.gf;
+            if (mwSlip) ++sat.mw;
+            if (sat.slipTimes.size() < 200) sat.slipTimes.push_back(t);
+            closeArc(sat, system);
+        }
+        if (usable) {
+            sat.gf2 = sat.gf1;
+            sat.t2 = sat.t1;
+            sat.gf1 = gf;
+            sat.t1 = t;
+            ++sat.gfCount;
+            if (code[0] && code[1]) {
+                ++sat.mwCount;
+                const double delta = nw - sat.mwMean;
+                sat.mwMean += delta / double(sat.mwCount);
+                sat.mwM2 += delta * (nw - sat.mwMean);
+            }
+            const double alpha = (fa / fb) * (fa / fb);
+            const double pa = la * phase[0]->value, pb = lb * phase[1]->value;
+            double mp[2] = {0, 0};
+            bool have[2] = {code[0] != nullptr, code[1] != nullptr};
+            if (have[0]) mp[0] = code[0]->value - (1 + 2 / (alpha - 1)) * pa + (2 / (alpha - 1)) * pb;
+            if (have[1]) mp[1] = code[1]->value - (2 * alpha / (alpha - 1)) * pa + (2 * alpha / (alpha - 1) - 1) * pb;
+            for (int f = 0; f < 2; ++f) {
+                if (!have[f]) continue;
+                MultipathArc& arc = sat.mp[f];
+                if (arc.n == 0) arc.reference = mp[f];
+                const double d = mp[f] - arc.reference;
+                arc.sum += d;
+                arc.sumSq += d * d;
+                ++arc.n;
+            }
+        }
+        sat.lastTime = t;
+    }
+
+    void sample(const Epoch& epoch, const PositionFix* fix) {
+        if (epochIndex++ % sampleStride != 0) return;
+        EpochSample e;
+        e.time = epoch.time;
+        e.satellites = int(epoch.satelliteCount);
+        if (fix) {
+            e.hasFix = true;
+            e.used = fix->satellites;
+            e.pdop = fix->pdop;
+            e.position = fix->position;
+        }
+        samples.push_back(e);
+        if (samples.size() >= options.maxPlotSamples) {
+            size_t k = 0;
+            for (size_t i = 0; i < samples.size(); i += 2)
+                samples[k++] = samples[i];
+            samples.resize(k);
+            sampleStride *= 2;
+        }
+    }
+
+    void closeOccupation() {
+        if (!occupationOpen) return;
+        occupationOpen = false;
+        Occupation& o = occupations.back();
+        if (o.epochs > 0) o.satsMean = double(occupationSatsSum) / double(o.epochs);
+        if (o.positionEpochs > 0) {
+            o.hasPosition = true;
+            for (int i = 0; i < 3; ++i)
+                o.position[size_t(i)] = occupationSum[i] / double(o.positionEpochs);
+        }
+    }
+
+    void event(const Epoch& epoch) {
+        if (epoch.flag == 3) {
+            closeOccupation();
+            Occupation o;
+            for (const std::string& line : epoch.eventLines) {
+                const std::string label = line.size() > 60 ? line.substr(60) : std::string();
+                auto text = [&](size_t len) {
+                    std::string v = line.substr(0, std::min(len, line.size()));
+                    const size_t e = v.find_last_not_of(' ');
+                    return e == std::string::npos ? std::string() : v.substr(0, e + 1);
+                };
+                if (label.compare(0, 11, "MARKER NAME") == 0) o.name = printable(text(60));
+                if (label.compare(0, 13, "MARKER NUMBER") == 0) o.number = printable(text(20));
+            }
+            o.start = o.end = epoch.time;
+            occupations.push_back(o);
+            occupationOpen = true;
+            occupationSatsSum = 0;
+            occupationSum[0] = occupationSum[1] = occupationSum[2] = 0;
+        } else if (epoch.flag == 2) {
+            closeOccupation();
+        }
+    }
+
+    void occupationEpoch(const Epoch& epoch, const PositionFix* fix) {
+        if (!occupationOpen) return;
+        Occupation& o = occupations.back();
+        const int sats = int(epoch.satelliteCount);
+        if (o.epochs == 0) {
+            o.start = epoch.time;
+            o.satsMin = sats;
+        }
+        o.end = epoch.time;
+        ++o.epochs;
+        o.satsMin = std::min(o.satsMin, sats);
+        occupationSatsSum += sats;
+        if (fix) {
+            for (int i = 0; i < 3; ++i)
+                occupationSum[i] += fix->position[size_t(i)];
+            ++o.positionEpochs;
+        }
+    }
+};
+
+QualityCheck::QualityCheck(Options options) : s_(new State) {
+    s_->options = options;
+}
+
+QualityCheck::~QualityCheck() = default;
+
+void QualityCheck::setHeader(const ObservationHeader& header) {
+    s_->header = header;
+    s_->hasHeader = true;
+    if (header.interval > 0) {
+        s_->interval = header.interval;
+        s_->intervalFixed = true;
+    }
+    for (int s = 0; s < kSystemCount; ++s) {
+        const char letter = kSystemLetters[s];
+        const char* pairs = bandPairs(letter);
+        const auto types = header.obsTypes.find(letter);
+        auto hasPhase = [&](char band) {
+            if (types == header.obsTypes.end()) return false;
+            for (const std::string& t : types->second)
+                if (t[0] == 'L' && t[1] == band) return true;
+            return false;
+        };
+        SystemAccumulator& system = s_->systems[s];
+        system.bands[0] = system.bands[1] = 0;
+        for (const char* p = pairs; *p; p += 2)
+            if (hasPhase(p[0]) && hasPhase(p[1])) {
+                system.bands[0] = p[0];
+                system.bands[1] = p[1];
+                break;
+            }
+        if (!system.bands[0] && *pairs && types == header.obsTypes.end()) {
+            system.bands[0] = pairs[0];
+            system.bands[1] = pairs[1];
+        }
+    }
+    if (s_->positioning) s_->positioning->setGlonassChannels(header.glonassChannels);
+}
+
+void QualityCheck::setNavigation(const Navigation* navigation) {
+    s_->nav = navigation;
+    s_->navSatellites = navigation ? navigation->satellites() : std::vector<std::pair<char, int>>{};
+    if (navigation) {
+        s_->positioning.reset(new PointPositioning(*navigation, s_->options.elevationMask));
+        s_->positioning->setGlonassChannels(s_->header.glonassChannels);
+    } else {
+        s_->positioning.reset();
+    }
+}
+
+void QualityCheck::addMessage(const std::string& message) {
+    if (s_->messages.size() < 50) s_->messages.push_back(printable(message));
+}
+
+void QualityCheck::addEpoch(const Epoch& epoch) {
+    State& s = *s_;
+    if (!s.hasHeader) setHeader(ObservationHeader{});
+    if (epoch.flag >= 2 && epoch.flag <= 5) {
+        s.event(epoch);
+        return;
+    }
+    if (epoch.flag == 6) { // cycle-slip records: each satellite listed slipped
+        for (size_t i = 0; i < epoch.satelliteCount; ++i) {
+            const SatelliteObservations& o = epoch.satellites[i];
+            const int sys = systemIndex(o.system);
+            if (sys >= kSystemCount || o.number < 1 || o.number > 63) continue;
+            SatelliteAccumulator& sat = s.satellites[sys][o.number];
+            ++sat.slips;
+            ++sat.lli;
+            ++s.systems[sys].slips;
+            if (sat.slipTimes.size() < 200) sat.slipTimes.push_back(epoch.time);
+            s.closeArc(sat, s.systems[sys]);
+        }
+        return;
+    }
+    if (epoch.flag > 6 || !std::isfinite(epoch.time)) return;
+    s.span(epoch.time);
+
+    PositionFix fix;
+    bool haveFix = false;
+    if (s.positioning && (s.options.positionInterval <= 0 || epoch.time < s.lastPositioned ||
+                          epoch.time - s.lastPositioned >= s.options.positionInterval)) {
+        s.lastPositioned = epoch.time;
+        const Vec3* guess = s.hasFix ? &s.lastFix
+                            : s.header.hasApproxPosition ? &s.header.approxPosition
+                                                         : nullptr;
+        haveFix = s.positioning->solve(epoch, guess, fix);
+        if (haveFix) {
+            if (!s.hasFix) s.reference = fix.position;
+            s.hasFix = true;
+            s.lastFix = fix.position;
+            for (int i = 0; i < 3; ++i) {
+                const double d = fix.position[size_t(i)] - s.reference[size_t(i)];
+                s.sum[i] += d;
+                s.sumSq[i] += d * d;
+            }
+            ++s.fixes;
+            s.usedSum += fix.satellites;
+            ++s.pdopHistogram[size_t(std::min(kPdopBins, int(fix.pdop / kPdopBin)))];
+        }
+    }
+    s.updateVisibility(epoch.time);
+    for (auto& system : s.systems)
+        system.expected += system.visibleNow;
+    for (size_t i = 0; i < epoch.satelliteCount; ++i)
+        s.addSatellite(epoch.satellites[i], epoch.time, epoch.flag == 1);
+    s.occupationEpoch(epoch, haveFix ? &fix : nullptr);
+    s.sample(epoch, haveFix ? &fix : nullptr);
+}
+
+Report QualityCheck::finish() {
+    State& s = *s_;
+    s.fixInterval();
+    s.closeOccupation();
+    Report r;
+    r.markerName = printable(s.header.markerName);
+    r.markerNumber = printable(s.header.markerNumber);
+    r.receiverType = printable(s.header.receiverType);
+    r.antennaType = printable(s.header.antennaType);
+    r.hasHeaderPosition = s.header.hasApproxPosition;
+    r.headerPosition = s.header.approxPosition;
+    r.epochs = s.epochs;
+    r.interval = s.interval;
+    r.first = s.first;
+    r.last = s.last;
+    r.gaps = s.gaps;
+    r.gapCount = s.gapCount;
+    r.hasNavigation = s.nav && !s.nav->empty();
+    r.hasCompleteness = s.visibilityAvailable;
+    r.elevationMask = s.options.elevationMask;
+    r.messages = s.messages;
+
+    for (int sys = 0; sys < kSystemCount; ++sys) {
+        SystemAccumulator& system = s.systems[sys];
+        int seen = 0;
+        for (int n = 1; n < 64; ++n) {
+            SatelliteAccumulator& sat = s.satellites[sys][n];
+            if (!sat.seen) continue;
+            ++seen;
+            s.closeArc(sat, system);
+            SatelliteSummary summary;
+            summary.system = kSystemLetters[sys];
+            summary.number = n;
+            summary.epochs = sat.epochs;
+            summary.slips = sat.slips;
+            summary.lliSlips = sat.lli;
+            summary.gfSlips = sat.gf;
+            summary.mwSlips = sat.mw;
+            summary.runs = sat.runs;
+            summary.slipTimes = sat.slipTimes;
+            summary.sky = sat.sky;
+            r.satellites.push_back(std::move(summary));
+        }
+        if (seen == 0 && system.codes.empty()) continue;
+        SystemSummary& out = r.systems[kSystemLetters[sys]];
+        out.satellites = seen;
+        for (size_t k = 0; k < system.codes.size(); ++k)
+            out.observations[system.codes[k]] = system.codeCounts[k];
+        for (size_t k = 0; k < system.signals.size(); ++k) {
+            const SignalAccumulator& a = system.signal[k];
+            SignalSummary& sig = out.signals[system.signals[k]];
+            sig.observations = a.observations;
+            sig.cn0Count = a.cn0Count;
+            sig.cn0Mean = a.cn0Count ? a.cn0Sum / double(a.cn0Count) : 0;
+            if (s.visibilityAvailable && system.expected > 0) {
+                sig.hasCompleteness = true;
+                sig.completeness = double(a.aboveMask) / double(system.expected);
+            }
+            if (a.cn0Count) {
+                Cn0Curve curve;
+                curve.system = kSystemLetters[sys];
+                curve.signal = system.signals[k];
+                bool any = false;
+                for (size_t b = 0; b < 18; ++b) {
+                    curve.count[b] = a.binCount[b];
+                    curve.mean[b] = a.binCount[b] ? a.binSum[b] / double(a.binCount[b]) : 0;
+                    any = any || a.binCount[b] > 0;
+                }
+                if (any) r.cn0Curves.push_back(curve);
+            }
+        }
+        out.slips = system.slips;
+        out.phaseEpochs = system.phaseEpochs;
+        for (int f = 0; f < 2; ++f)
+            if (system.mpCount[f] > 0) {
+                out.multipathRms[system.bands[f]] = std::sqrt(std::max(0.0, system.mpSumSq[f]) / double(system.mpCount[f]));
+                out.multipathCount[system.bands[f]] = system.mpCount[f];
+            }
+    }
+
+    PositionSummary& p = r.position;
+    if (s.fixes > 0) {
+        p.valid = true;
+        p.epochs = s.fixes;
+        double scatter = 0;
+        for (int i = 0; i < 3; ++i) {
+            const double mean = s.sum[i] / double(s.fixes);
+            p.mean[size_t(i)] = s.reference[size_t(i)] + mean;
+            scatter += s.sumSq[i] / double(s.fixes) - mean * mean;
+        }
+        p.rms3d = std::sqrt(std::max(0.0, scatter));
+        const Geodetic g = toGeodetic(p.mean);
+        p.lat = g.lat * 180 / gnss::kPi;
+        p.lon = g.lon * 180 / gnss::kPi;
+        p.height = g.height;
+        p.satellitesMean = double(s.usedSum) / double(s.fixes);
+        long half = (s.fixes + 1) / 2, seen = 0;
+        for (int b = 0; b <= kPdopBins; ++b) {
+            seen += s.pdopHistogram[size_t(b)];
+            if (seen >= half) {
+                p.pdopMedian = (b + 0.5) * kPdopBin;
+                break;
+            }
+        }
+        const Vec3& h = s.header.approxPosition;
+        if (s.header.hasApproxPosition && std::sqrt(h[0] * h[0] + h[1] * h[1] + h[2] * h[2]) > 1.0) {
+            p.hasHeaderOffset = true;
+            p.headerOffset = distance(p.mean, h);
+            p.headerOffsetFlagged = p.headerOffset > s.options.headerOffsetLimit;
+        }
+    }
+    r.occupations = s.occupations;
+    r.samples = s.samples;
+
+    if (!s.nav || s.nav->empty())
+        r.messages.push_back("no navigation data: no elevations, completeness or positions");
+    else if (!s.visibilityAvailable && s.epochs > 0)
+        r.messages.push_back("the navigation data does not cover the observation times (a file of another day?): "
+                             "no elevations, completeness or positions");
+    else if (s.fixes == 0 && s.epochs > 0)
+        r.messages.push_back("no epoch could be positioned (too few satellites with usable ephemerides)");
+    if (s.epochs == 0) r.messages.push_back("no observation epochs");
+    else if (s.epochs == 1) r.messages.push_back("a single epoch: no interval, gaps or slips");
+    if (r.position.headerOffsetFlagged)
+        r.messages.push_back("the header position is " + std::to_string(long(std::lround(p.headerOffset))) +
+                             " m from the computed position");
+    return r;
+}
+
+} // namespace quality

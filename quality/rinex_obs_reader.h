@@ -1,0 +1,47 @@
+#pragma once
+// Streaming reader of RINEX 3.02-3.05 observation files: the header, then one epoch at a
+// time into a reused Epoch. A malformed record is reported and skipped; reading goes on at
+// the next epoch line, so that a damaged file still gives what it holds.
+#include <istream>
+#include <string>
+#include <vector>
+
+#include "quality/observations.h"
+
+namespace quality {
+
+class RinexObsReader {
+public:
+    explicit RinexObsReader(std::istream& in) : in_(in) {}
+    // False with a message when the input is not a RINEX 3 observation file.
+    bool readHeader(ObservationHeader& header, std::string& error);
+    // Next epoch; false at the end of the input.
+    bool next(Epoch& epoch);
+    // Problems met so far (at most a few dozen kept; problemCount() counts all).
+    const std::vector<std::string>& problems() const { return problems_; }
+    size_t problemCount() const { return problemCount_; }
+
+private:
+    std::istream& in_;
+    ObservationHeader header_;
+    // Column of each header observation type, per system index (see systemIndex).
+    struct Column {
+        char type, band, attribute;
+    };
+    std::vector<Column> columns_[8];
+    std::string line_;
+    bool pending_ = false; // line_ holds an epoch line read ahead
+    long lineNumber_ = 0;
+    double lastTime_ = 0;
+    std::vector<std::string> problems_;
+    size_t problemCount_ = 0;
+
+    bool getLine();
+    void problem(const std::string& what);
+    bool parseSatellite(SatelliteObservations& sat);
+};
+
+// 0..6 for G R E C J I S, 7 for anything else.
+int systemIndex(char system);
+
+} // namespace quality

@@ -1,0 +1,19 @@
+#pragma once
+// Fixed-column fields of RINEX lines.
+#include <cstddef>
+#include <string>
+
+namespace quality {
+
+// Columns [pos, pos + len) of a line; missing columns read as nothing.
+std::string field(const std::string& line, size_t pos, size_t len);
+std::string trimmed(const std::string& s);
+// A number, 'D' exponents accepted; false for blank or garbage text.
+bool parseNumber(const std::string& text, double& value);
+double numberOr(const std::string& text, double fallback);
+
+enum class FieldKind { Blank, Number, Bad };
+// Allocation-free parse of a fixed-width numeric field (e.g. F14.3).
+FieldKind parseFixed(const char* p, size_t len, double& value);
+
+} // namespace quality
