@@ -69,27 +69,68 @@ qint64 writeLine(QIODevice* file, const char* line, int length) {
     return n > 0 ? n : 0;
 }
 
+// One record's lines, gathered so that the record reaches the file in one write.
+struct RecordText {
+    char text[8 * kLineCapacity];
+    int used = 0;
+
+    void append(const char* line, int length) {
+        if (length <= 0 || used + length > static_cast<int>(sizeof text)) return;
+        std::memcpy(text + used, line, static_cast<size_t>(length));
+        used += length;
+    }
+};
+
+void putTwoDigits(char* p, int v) {
+    p[0] = static_cast<char>('0' + v / 10);
+    p[1] = static_cast<char>('0' + v % 10);
+}
+
 // "X%02d %04d %02d %02d %02d %02d %02d" and three values.
-qint64 writeFirstLine(QIODevice* file, char system, int satellite, const Calendar& c, double v0, double v1,
-                      double v2) {
+void appendFirstLine(RecordText& record, char system, int satellite, const Calendar& c, double v0, double v1,
+                     double v2) {
     char line[kLineCapacity];
-    int n = std::snprintf(line, sizeof line, "%c%02d %04d %02d %02d %02d %02d %02d", system, satellite,
+    int n;
+    const auto twoDigits = [](int v) { return v >= 0 && v <= 99; };
+    if (twoDigits(satellite) && c.year >= 0 && c.year <= 9999 && twoDigits(c.month) && twoDigits(c.day) &&
+        twoDigits(c.hour) && twoDigits(c.minute) && twoDigits(c.second)) {
+        // Every record starts so: written directly, not through printf.
+        line[0] = system;
+        putTwoDigits(line + 1, satellite);
+        line[3] = ' ';
+        putTwoDigits(line + 4, c.year / 100);
+        putTwoDigits(line + 6, c.year % 100);
+        const int rest[5] = {c.month, c.day, c.hour, c.minute, c.second};
+        for (int i = 0; i < 5; ++i) {
+            line[8 + 3 * i] = ' ';
+            putTwoDigits(line + 9 + 3 * i, rest[i]);
+        }
+        n = 23;
+    } else {
+        n = std::snprintf(line, sizeof line, "%c%02d %04d %02d %02d %02d %02d %02d", system, satellite,
                           c.year, c.month, c.day, c.hour, c.minute, c.second);
+    }
     const double values[3] = {v0, v1, v2};
     for (double v : values)
         n += formatExponent(line + n, sizeof line - static_cast<size_t>(n), v, 12);
     n += std::snprintf(line + n, sizeof line - static_cast<size_t>(n), "\r\n");
-    return writeLine(file, line, n);
+    record.append(line, n);
 }
 
-qint64 writeOrbitLine(QIODevice* file, double v0, double v1, double v2, double v3) {
+void appendOrbitLine(RecordText& record, double v0, double v1, double v2, double v3) {
     char line[kLineCapacity];
-    int n = std::snprintf(line, sizeof line, "    ");
+    std::memcpy(line, "    ", 4);
+    int n = 4;
     const double values[4] = {v0, v1, v2, v3};
     for (double v : values)
         n += formatExponent(line + n, sizeof line - static_cast<size_t>(n), v, 12);
-    n += std::snprintf(line + n, sizeof line - static_cast<size_t>(n), "\r\n");
-    return writeLine(file, line, n);
+    line[n++] = '\r';
+    line[n++] = '\n';
+    record.append(line, n);
+}
+
+qint64 writeRecord(QIODevice* file, const RecordText& record) {
+    return writeLine(file, record.text, record.used);
 }
 
 // Signal-in-space accuracy index to metres.
@@ -147,14 +188,16 @@ qint64 writeGalileoRecord(QIODevice* file, QMap<quint32, double>& lastToe, const
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
     if (!plausibleEpoch(r.week, r.toc)) return 0;
     const Calendar c = gpsCalendar(r.week, roundedMilliseconds(r.toc));
-    qint64 bytes = writeFirstLine(file, 'E', static_cast<int>(r.satellite), c, r.af0, r.af1, r.af2);
-    bytes += writeOrbitLine(file, r.iodNav, r.crs, r.deltaN, r.m0);
-    bytes += writeOrbitLine(file, r.cuc, r.eccentricity, r.cus, r.sqrtA);
-    bytes += writeOrbitLine(file, r.toe, r.cic, r.omega0, r.cis);
-    bytes += writeOrbitLine(file, r.i0, r.crc, r.omega, r.omegaDot);
-    bytes += writeOrbitLine(file, r.iDot, r.dataSources, static_cast<double>(r.week), kNoValue);
-    bytes += writeOrbitLine(file, r.sisa, r.health, r.bgdE5aE1, r.bgdE5bE1);
-    bytes += writeOrbitLine(file, r.transmission, kNoValue, kNoValue, kNoValue);
+    RecordText record;
+    appendFirstLine(record, 'E', static_cast<int>(r.satellite), c, r.af0, r.af1, r.af2);
+    appendOrbitLine(record, r.iodNav, r.crs, r.deltaN, r.m0);
+    appendOrbitLine(record, r.cuc, r.eccentricity, r.cus, r.sqrtA);
+    appendOrbitLine(record, r.toe, r.cic, r.omega0, r.cis);
+    appendOrbitLine(record, r.i0, r.crc, r.omega, r.omegaDot);
+    appendOrbitLine(record, r.iDot, r.dataSources, static_cast<double>(r.week), kNoValue);
+    appendOrbitLine(record, r.sisa, r.health, r.bgdE5aE1, r.bgdE5bE1);
+    appendOrbitLine(record, r.transmission, kNoValue, kNoValue, kNoValue);
+    const qint64 bytes = writeRecord(file, record);
     lastToe.insert(r.satellite, r.toe);
     return bytes;
 }
@@ -166,14 +209,16 @@ qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const 
     if (!plausibleEpoch(r.week + 1356, r.toc)) return 0;
     // BeiDou week 0 is GPS week 1356: this gives the calendar of BeiDou time.
     const Calendar c = gpsCalendar(r.week + 1356, roundedMilliseconds(r.toc));
-    qint64 bytes = writeFirstLine(file, 'C', static_cast<int>(r.satellite), c, r.a0, r.a1, r.a2);
-    bytes += writeOrbitLine(file, r.aode, r.crs, r.deltaN, r.m0);
-    bytes += writeOrbitLine(file, r.cuc, r.eccentricity, r.cus, r.sqrtA);
-    bytes += writeOrbitLine(file, r.toe, r.cic, r.omega0, r.cis);
-    bytes += writeOrbitLine(file, r.i0, r.crc, r.omega, r.omegaDot);
-    bytes += writeOrbitLine(file, r.iDot, kNoValue, static_cast<double>(r.week), kNoValue);
-    bytes += writeOrbitLine(file, r.accuracy, r.health, r.tgd1, r.tgd2);
-    bytes += writeOrbitLine(file, r.transmission, r.aodc, kNoValue, kNoValue);
+    RecordText record;
+    appendFirstLine(record, 'C', static_cast<int>(r.satellite), c, r.a0, r.a1, r.a2);
+    appendOrbitLine(record, r.aode, r.crs, r.deltaN, r.m0);
+    appendOrbitLine(record, r.cuc, r.eccentricity, r.cus, r.sqrtA);
+    appendOrbitLine(record, r.toe, r.cic, r.omega0, r.cis);
+    appendOrbitLine(record, r.i0, r.crc, r.omega, r.omegaDot);
+    appendOrbitLine(record, r.iDot, kNoValue, static_cast<double>(r.week), kNoValue);
+    appendOrbitLine(record, r.accuracy, r.health, r.tgd1, r.tgd2);
+    appendOrbitLine(record, r.transmission, r.aodc, kNoValue, kNoValue);
+    const qint64 bytes = writeRecord(file, record);
     lastToe.insert(r.satellite, r.toe);
     return bytes;
 }
@@ -298,14 +343,16 @@ qint64 NavigationWriter::writeGps(QIODevice* file, const decoding::GpsEphemeris&
     if (!plausibleEpoch(eph.week, eph.toe)) return 0;
 
     const Calendar c = gpsCalendar(eph.week, roundedMilliseconds(eph.toe));
-    qint64 bytes = writeFirstLine(file, 'G', static_cast<int>(eph.satellite), c, eph.af0, eph.af1, eph.af2);
-    bytes += writeOrbitLine(file, eph.iode1, eph.crs, eph.deltaN, eph.m0);
-    bytes += writeOrbitLine(file, eph.cuc, eph.eccentricity, eph.cus, std::sqrt(eph.a));
-    bytes += writeOrbitLine(file, eph.toe, eph.cic, eph.omega0, eph.cis);
-    bytes += writeOrbitLine(file, eph.i0, eph.crc, eph.omega, eph.omegaDot);
-    bytes += writeOrbitLine(file, eph.iDot, 0.0, eph.week, 0.0);
-    bytes += writeOrbitLine(file, std::sqrt(eph.uraVariance), eph.health, eph.tgd, eph.iodc);
-    bytes += writeOrbitLine(file, eph.tow, 4.0, kNoValue, kNoValue);
+    RecordText record;
+    appendFirstLine(record, 'G', static_cast<int>(eph.satellite), c, eph.af0, eph.af1, eph.af2);
+    appendOrbitLine(record, eph.iode1, eph.crs, eph.deltaN, eph.m0);
+    appendOrbitLine(record, eph.cuc, eph.eccentricity, eph.cus, std::sqrt(eph.a));
+    appendOrbitLine(record, eph.toe, eph.cic, eph.omega0, eph.cis);
+    appendOrbitLine(record, eph.i0, eph.crc, eph.omega, eph.omegaDot);
+    appendOrbitLine(record, eph.iDot, 0.0, eph.week, 0.0);
+    appendOrbitLine(record, std::sqrt(eph.uraVariance), eph.health, eph.tgd, eph.iodc);
+    appendOrbitLine(record, eph.tow, 4.0, kNoValue, kNoValue);
+    const qint64 bytes = writeRecord(file, record);
     gpsToe_.insert(eph.satellite, eph.toe);
     return bytes;
 }
@@ -326,12 +373,13 @@ qint64 NavigationWriter::writeGlonass(QIODevice* file, const decoding::GlonassEp
     const uint32_t day = (static_cast<uint32_t>(leapSeconds) + eph.referenceTime) / 86400000u;
     const double frameTime = day * 86400.0 + eph.tk - 10800.0;
 
-    qint64 bytes =
-        writeFirstLine(file, 'R', static_cast<int>(eph.slot) - 37, c, -eph.tauN, eph.gammaN, frameTime);
-    bytes += writeOrbitLine(file, eph.x * 0.001, eph.vx * 0.001, eph.ax * 0.001, eph.health);
-    bytes += writeOrbitLine(file, eph.y * 0.001, eph.vy * 0.001, eph.ay * 0.001,
-                            static_cast<int>(eph.frequency) - 7);
-    bytes += writeOrbitLine(file, eph.z * 0.001, eph.vz * 0.001, eph.az * 0.001, eph.ageOfData);
+    RecordText record;
+    appendFirstLine(record, 'R', static_cast<int>(eph.slot) - 37, c, -eph.tauN, eph.gammaN, frameTime);
+    appendOrbitLine(record, eph.x * 0.001, eph.vx * 0.001, eph.ax * 0.001, eph.health);
+    appendOrbitLine(record, eph.y * 0.001, eph.vy * 0.001, eph.ay * 0.001,
+                    static_cast<int>(eph.frequency) - 7);
+    appendOrbitLine(record, eph.z * 0.001, eph.vz * 0.001, eph.az * 0.001, eph.ageOfData);
+    const qint64 bytes = writeRecord(file, record);
     glonassTime_.insert(eph.slot, eph.referenceTime);
     return bytes;
 }

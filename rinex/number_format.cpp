@@ -72,17 +72,60 @@ void formatFixed14(char* out, double value) {
     if (negative) *--p = '-';
 }
 
+namespace {
+
+// Writes value (finite, 0 <= value < 1) with the given count of decimals (1 to 17) as
+// "D.ddd", rounded like printf: from the exact binary value, ties to the even last digit.
+// The result can be "1.000..." when the value rounds up. Returns the characters written.
+int fixedFraction(char* out, double value, int decimals) {
+    uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    const int biased = int(bits >> 52 & 0x7FF);
+    const uint64_t fraction = bits & ((uint64_t(1) << 52) - 1);
+    // value = significand * 2^-shift exactly.
+    const uint64_t significand = biased == 0 ? fraction : fraction | uint64_t(1) << 52;
+    const int shift = biased == 0 ? 1074 : 1075 - biased;
+    uint64_t scale = 1;
+    for (int i = 0; i < decimals; ++i)
+        scale *= 10;
+    // significand * 10^decimals < 2^53 * 2^57: the product is exact in 128 bits.
+    const unsigned __int128 product = static_cast<unsigned __int128>(significand) * scale;
+    uint64_t q = 0;
+    if (shift < 120) {
+        q = static_cast<uint64_t>(product >> shift);
+        const unsigned __int128 rest = product & ((static_cast<unsigned __int128>(1) << shift) - 1);
+        const unsigned __int128 half = static_cast<unsigned __int128>(1) << (shift - 1);
+        if (rest > half || (rest == half && (q & 1) != 0)) ++q;
+    } // else the value is below 2^-10 * 10^-decimals: it rounds to 0
+    const uint64_t whole = q / scale;
+    uint64_t digits = q - whole * scale;
+    out[0] = static_cast<char>('0' + whole);
+    out[1] = '.';
+    char* p = out + 2 + decimals;
+    int left = decimals;
+    while (left >= 2) {
+        p -= 2;
+        putPair(p, static_cast<uint32_t>(digits % 100));
+        digits /= 100;
+        left -= 2;
+    }
+    if (left == 1) *--p = static_cast<char>('0' + digits);
+    return decimals + 2;
+}
+
+int blankField(char* out, size_t capacity, int width) {
+    const int n = width < static_cast<int>(capacity) ? width : static_cast<int>(capacity) - 1;
+    std::memset(out, ' ', static_cast<size_t>(n));
+    out[n] = 0;
+    return n;
+}
+
+} // namespace
+
 int formatExponent(char* out, size_t capacity, double value, int decimals) {
     if (capacity == 0) return 0;
     const int width = decimals + 7;
-    if (value == kNoValue) {
-        const int n = width < static_cast<int>(capacity) ? width : static_cast<int>(capacity) - 1;
-        std::memset(out, ' ', static_cast<size_t>(n));
-        out[n] = 0;
-        return n;
-    }
-    char format[32];
-    std::snprintf(format, sizeof format, "%%c%%.%dfD%%c%%02d", decimals);
+    if (value == kNoValue) return blankField(out, capacity, width);
 
     // The sign goes in its own character so that -0.0 keeps its minus like any other
     // negative value and the field keeps its width.
@@ -101,19 +144,34 @@ int formatExponent(char* out, size_t capacity, double value, int decimals) {
     }
     // Beyond two exponent digits (or not a number) the value has no form of this width: it
     // is left blank like a missing value, so that the line keeps its columns.
-    if (!(mantissa < 1.0)) {
-        const int n = width < static_cast<int>(capacity) ? width : static_cast<int>(capacity) - 1;
-        std::memset(out, ' ', static_cast<size_t>(n));
-        out[n] = 0;
-        return n;
+    if (!(mantissa < 1.0)) return blankField(out, capacity, width);
+
+    const int absExponent = exponent < 0 ? -exponent : exponent;
+    char text[32];
+    int n = 0;
+    if (decimals >= 1 && decimals <= 17) {
+        // Navigation files hold millions of these: written directly, not through printf.
+        text[n++] = sign;
+        n += fixedFraction(text + n, mantissa, decimals);
+        text[n++] = 'D';
+        text[n++] = exponent < 0 ? '-' : '+';
+        putPair(text + n, static_cast<uint32_t>(absExponent));
+        n += 2;
+    } else {
+        char format[32];
+        std::snprintf(format, sizeof format, "%%c%%.%dfD%%c%%02d", decimals < 0 ? 0 : decimals);
+        const int written =
+            std::snprintf(text, sizeof text, format, sign, mantissa, exponent < 0 ? '-' : '+', absExponent);
+        if (written < 0) {
+            out[0] = 0;
+            return 0;
+        }
+        n = written < static_cast<int>(sizeof text) ? written : static_cast<int>(sizeof text) - 1;
     }
-    const int written = std::snprintf(out, capacity, format, sign, mantissa, exponent < 0 ? '-' : '+',
-                                      exponent < 0 ? -exponent : exponent);
-    if (written < 0) {
-        out[0] = 0;
-        return 0;
-    }
-    return written < static_cast<int>(capacity) ? written : static_cast<int>(capacity) - 1;
+    const int kept = n < static_cast<int>(capacity) ? n : static_cast<int>(capacity) - 1;
+    std::memcpy(out, text, static_cast<size_t>(kept));
+    out[kept] = 0;
+    return kept;
 }
 
 } // namespace rinex

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "rinex/epoch_line.h"
 #include "rinex/gps_calendar.h"
 #include "rinex/number_format.h"
 
@@ -242,10 +243,9 @@ qint64 Rinex3xx::writeEpoch() {
     // write per line cost about as much as formatting the line. The file's bytes are the same.
     const rinex::CalendarTime c = rinex::calendarFromMilliseconds(t);
     if (epochBlockUsed_ + kLineCapacity > kEpochBlockCapacity) flushEpochs();
-    const int n = std::snprintf(
-        epochBlock_.data() + epochBlockUsed_, kLineCapacity,
-        "> %04d %02d %02d %02d %02d %2d.%03d0000  0%3d       0.000000000000\r\n", c.year, c.month, c.day,
-        c.hour, c.minute, int(epoch_.milliseconds / 1000 % 60), int(epoch_.milliseconds % 1000), satellites);
+    const int n = rinex::formatEpochLine(epochBlock_.data() + epochBlockUsed_, kLineCapacity, c,
+                                         int(epoch_.milliseconds / 1000 % 60),
+                                         int(epoch_.milliseconds % 1000), satellites);
     qint64 written = std::max(0, std::min(n, kLineCapacity - 1));
     epochBlockUsed_ += int(written);
 

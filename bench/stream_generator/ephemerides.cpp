@@ -45,10 +45,11 @@ double referenceTime(const StreamClock& clock, double t, double period, double& 
     return reference;
 }
 
-encoding::Bytes gpsFrame(const Satellite& sat, const StreamClock& clock, double t) {
+encoding::Bytes gpsFrame(const Satellite& sat, const StreamClock& clock, double t, double period) {
     double tRef = 0;
     int week = 0;
-    const double toe = referenceTime(clock, t, 7200.0, tRef, week);
+    if (period <= 0) period = 7200.0;
+    const double toe = referenceTime(clock, t, period, tRef, week);
     const Elements el = elementsOf(sat, tRef, toe);
     decoding::GpsEphemeris e{};
     e.satellite = uint32_t(sat.number);
@@ -56,7 +57,7 @@ encoding::Bytes gpsFrame(const Satellite& sat, const StreamClock& clock, double 
     clock.at(t, week, sow);
     e.tow = std::floor(sow / 6.0) * 6.0;
     e.health = 0;
-    e.iode1 = e.iode2 = e.iodc = uint32_t(toe / 7200.0) % 256;
+    e.iode1 = e.iode2 = e.iodc = uint32_t(toe / period) % 256;
     e.week = e.zWeek = uint32_t(week);
     e.toe = toe;
     e.toc = toe;
@@ -85,12 +86,13 @@ encoding::Bytes gpsFrame(const Satellite& sat, const StreamClock& clock, double 
     return encoding::encodeLogFrame(e, clock.stamp(t));
 }
 
-encoding::Bytes glonassFrame(const Satellite& sat, const StreamClock& clock, double t) {
+encoding::Bytes glonassFrame(const Satellite& sat, const StreamClock& clock, double t, double period) {
     double tRef = 0;
     int week = 0;
-    // Records are referred to the middle of their 30-minute interval.
-    const double reference = referenceTime(clock, t, 1800.0, tRef, week) + 900.0;
-    tRef += 900.0;
+    if (period <= 0) period = 1800.0;
+    // Records are referred to the middle of their interval (30 minutes usually).
+    const double reference = referenceTime(clock, t, period, tRef, week) + period / 2;
+    tRef += period / 2;
     decoding::GlonassEphemeris e{};
     e.slot = uint16_t(sat.number + 37);
     e.frequency = uint16_t(sat.glonassChannel + 7);
@@ -122,14 +124,15 @@ encoding::Bytes glonassFrame(const Satellite& sat, const StreamClock& clock, dou
     return encoding::encodeLogFrame(e, clock.stamp(t));
 }
 
-encoding::Bytes galileoFrame(const Satellite& sat, const StreamClock& clock, double t) {
+encoding::Bytes galileoFrame(const Satellite& sat, const StreamClock& clock, double t, double period) {
     double tRef = 0;
     int week = 0;
-    const double toe = referenceTime(clock, t, 600.0, tRef, week);
+    if (period <= 0) period = 600.0;
+    const double toe = referenceTime(clock, t, period, tRef, week);
     const Elements el = elementsOf(sat, tRef, toe);
     decoding::GalileoInavEphemeris e{};
     e.satellite = uint32_t(sat.number);
-    e.iodNav = uint16_t(uint32_t(toe / 600.0) % 1024);
+    e.iodNav = uint16_t(uint32_t(toe / period) % 1024);
     e.sisaIndex = 107;
     e.inavSource = 1;
     e.toe = uint32_t(toe);
@@ -157,10 +160,11 @@ encoding::Bytes galileoFrame(const Satellite& sat, const StreamClock& clock, dou
     return encoding::encodeLogFrame(e, clock.stamp(t));
 }
 
-encoding::Bytes beidouFrame(const Satellite& sat, const StreamClock& clock, double t) {
+encoding::Bytes beidouFrame(const Satellite& sat, const StreamClock& clock, double t, double period) {
     double tRef = 0;
     int week = 0;
-    const double toeGps = referenceTime(clock, t, 3600.0, tRef, week);
+    if (period <= 0) period = 3600.0;
+    const double toeGps = referenceTime(clock, t, period, tRef, week);
     double toe = toeGps - kBeidouTimeOffset; // BeiDou time, aligned to whole hours of BeiDou time
     int beidouWeek = week - kBeidouWeekOffset;
     if (toe < 0) {
@@ -175,7 +179,7 @@ encoding::Bytes beidouFrame(const Satellite& sat, const StreamClock& clock, doub
     e.health = 0;
     e.tgd1 = 4.5e-9;
     e.tgd2 = -2.1e-9;
-    e.aodc = uint32_t(toe / 3600.0) % 32;
+    e.aodc = uint32_t(toe / period) % 32;
     e.toc = uint32_t(toe);
     e.a0 = 3.0e-4 * ((sat.number % 7) - 3) / 3.0;
     e.a1 = 1.2e-11;
@@ -223,16 +227,17 @@ encoding::FrameStamp StreamClock::stamp(double t) const {
     return s;
 }
 
-encoding::Bytes ephemerisFrame(const Satellite& satellite, const StreamClock& clock, double t) {
+encoding::Bytes ephemerisFrame(const Satellite& satellite, const StreamClock& clock, double t,
+                               double period) {
     switch (satellite.system) {
     case decoding::SystemGps:
-        return gpsFrame(satellite, clock, t);
+        return gpsFrame(satellite, clock, t, period);
     case decoding::SystemGlonass:
-        return glonassFrame(satellite, clock, t);
+        return glonassFrame(satellite, clock, t, period);
     case decoding::SystemGalileo:
-        return galileoFrame(satellite, clock, t);
+        return galileoFrame(satellite, clock, t, period);
     case decoding::SystemBeidou:
-        return beidouFrame(satellite, clock, t);
+        return beidouFrame(satellite, clock, t, period);
     default:
         return {};
     }

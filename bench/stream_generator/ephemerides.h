@@ -24,8 +24,10 @@ struct StreamClock {
 // The system's ephemeris frame for the satellite at model time t (GPSEPHEM, GLOEPHEMERIS,
 // GALINAVEPHEMERIS or BDSEPHEMERIS); an empty frame for systems without one (SBAS). The
 // reference time steps with the system's usual update period, so repeats of an unchanged
-// record carry the same reference time.
-encoding::Bytes ephemerisFrame(const Satellite& satellite, const StreamClock& clock, double t);
+// record carry the same reference time. A positive period replaces the usual one for every
+// system (a board that logs on change with a short period writes a new record each round).
+encoding::Bytes ephemerisFrame(const Satellite& satellite, const StreamClock& clock, double t,
+                               double period = 0);
 
 encoding::Bytes ionoUtcFrame(const StreamClock& clock, double t);
 encoding::Bytes positionFrame(const SkyOptions& sky, const StreamClock& clock, double t);

@@ -26,6 +26,9 @@ const char kUsage[] =
     "  --size-mb MB       stop after the first epoch that reaches MB x 10^6 bytes (default 100)\n"
     "  --seed N           noise seed (default 1)\n"
     "  --nav-every S      seconds between ephemeris rounds (default 300)\n"
+    "  --nav-update S     reference-time period of every system's records, so that each\n"
+    "                     round of a shorter period brings new records (default: each\n"
+    "                     system's usual period, 2 h, 30 min, 10 min, 1 h)\n"
     "  --mask DEG         elevation mask in degrees (default 10)\n"
     "  -h, --help         this text\n"
     "\n"
@@ -38,6 +41,7 @@ struct Options {
     double sizeMb = 100;
     uint64_t seed = 1;
     double navEvery = 300;
+    double navUpdate = 0;
     double mask = 10;
 };
 
@@ -83,6 +87,9 @@ Options parse(int argc, char** argv, bool& help) {
         } else if (a == "--nav-every") {
             o.navEvery = number(a, value());
             if (!(o.navEvery > 0)) throw UsageError("--nav-every: expected a positive interval");
+        } else if (a == "--nav-update") {
+            o.navUpdate = number(a, value());
+            if (!(o.navUpdate > 0)) throw UsageError("--nav-update: expected a positive period");
         } else if (a == "--mask") {
             o.mask = number(a, value());
         } else {
@@ -176,7 +183,7 @@ int run(const Options& o) {
             // One round: the current record of every satellite above the mask.
             for (const bench::Satellite& sat : sky.satellites()) {
                 if (sky.elevation(sat, t) < skyOptions.elevationMask) continue;
-                const encoding::Bytes frame = bench::ephemerisFrame(sat, clock, t);
+                const encoding::Bytes frame = bench::ephemerisFrame(sat, clock, t, o.navUpdate);
                 if (frame.empty()) continue;
                 out.append(frame);
                 ++navFrames;
