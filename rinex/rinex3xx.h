@@ -14,6 +14,7 @@
 #include "decoding/iono_utc.h"
 #include "decoding/position_time.h"
 #include "rinex/navigation_writer.h"
+#include "rinex/rinex_version.h"
 
 // Forward declarations keep the decoder headers out of the writer's users.
 namespace decoding {
@@ -79,8 +80,10 @@ public:
     ~Rinex3xx() override;
 
     // Setters: all refuse (return false, change nothing) while the files are open.
-    bool setVersion(int minor);              // 2..4
-    bool setVersion(const QByteArray& text); // "3.02", "3.03", "3.04"
+    bool setVersion(int minor);              // 2..5: RINEX 3.02 ... 3.05
+    bool setVersion(const QByteArray& text); // one of rinex::versionTexts(): "3.02" ... "4.00"
+    // One mixed navigation file (last letter "P") instead of the four per-system files.
+    bool setNavigationMerged(bool merged);
     bool setProgram(const QByteArray& program, const QByteArray& runBy);
     bool setMarker(const QByteArray& name, const QByteArray& number, const QByteArray& type);
     bool setObserver(const QByteArray& observer, const QByteArray& agency);
@@ -95,7 +98,8 @@ public:
     bool setGlonassCodeBiases(const QMap<QByteArray, double>& biases);
     bool setComments(const QList<QByteArray>& comments);
 
-    // Opens base+"O", "C", "L", "N", "G" (base = path without its last character).
+    // Opens base+"O", "C", "L", "N", "G" (base = path without its last character); with merged
+    // navigation base+"O" and base+"P".
     // Returns the bytes written, 0 on failure (already open, a file exists, create failed).
     qint64 open(const QString& path);
     // Bytes written for this frame, 0 when nothing was written.
@@ -149,8 +153,13 @@ private:
     void checkDevice(QFile& file);
     void recordWriteError(const QFile& file);
 
+    // The navigation file that takes this system's records: itself, or the mixed file.
+    int navigationFile(int file) const { return navigationMerged_ ? int(FileGps) : file; }
+
     // options
-    int minorVersion_ = 4;
+    rinex::Version version_ = rinex::kDefaultVersion;
+    int minorVersion_ = 4; // of the 3.0x rules the version follows (4.00 follows 3.05)
+    bool navigationMerged_ = false;
     QByteArray program_ = "Velmoor"; // no option sets it: name the program that wrote the file
     QByteArray runBy_;
     QByteArray markerName_, markerNumber_, markerType_ = "GEODETIC";

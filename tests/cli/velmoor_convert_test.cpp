@@ -343,7 +343,7 @@ TEST(VelmoorConvert, UsageErrors) {
         {},
         {"--no-such-option", input},
         {"-o", dir.filePath("out.18O"), input, input + "2"},
-        {"--rinex", "3.05", input},
+        {"--rinex", "3.06", input},
         {"--rinex", "2.11", input},
         {"--mode", "sometimes", input},
         {"--marker-type", "BOAT", input},
