@@ -74,6 +74,7 @@ qint64 writeLine(QIODevice* file, const char* line, int length) {
 struct RecordText {
     char text[8 * kLineCapacity];
     int used = 0;
+    bool damaged = false; // a field that does not fit its columns: the record is not written
 
     void append(const char* line, int length) {
         if (length <= 0 || used + length > static_cast<int>(sizeof text)) return;
@@ -108,6 +109,11 @@ void appendFirstLine(RecordText& record, char system, int satellite, const Calen
         }
         n = 23;
     } else {
+        // A satellite number of more than two digits would shift every column of the line.
+        if (!twoDigits(satellite)) {
+            record.damaged = true;
+            return;
+        }
         n = std::snprintf(line, sizeof line, "%c%02d %04d %02d %02d %02d %02d %02d", system, satellite,
                           c.year, c.month, c.day, c.hour, c.minute, c.second);
     }
@@ -131,6 +137,7 @@ void appendOrbitLine(RecordText& record, double v0, double v1, double v2, double
 }
 
 qint64 writeRecord(QIODevice* file, const RecordText& record) {
+    if (record.damaged) return 0;
     return writeLine(file, record.text, record.used);
 }
 

@@ -167,15 +167,12 @@ qint64 NavigationWriter::writeIonoUtc(QIODevice* file, const decoding::IonoUtcPa
     if (version_ != Version::V400 || file == nullptr || !file->isOpen()) return 0;
     char system = 0;
     IonoUtcState* state = nullptr;
-    const QMap<quint32, double>* satellites = nullptr;
     if (parameters.header.messageId == decoding::LogIonUtc || parameters.header.messageId == decoding::LogIonUtcU) {
         system = 'G';
         state = &gpsIonoUtc_;
-        satellites = &gpsToe_;
     } else if (parameters.header.messageId == decoding::LogBd2IonUtc) {
         system = 'C';
         state = &beidouIonoUtc_;
-        satellites = &beidouToe_;
     } else {
         return 0;
     }
@@ -183,16 +180,19 @@ qint64 NavigationWriter::writeIonoUtc(QIODevice* file, const decoding::IonoUtcPa
         return 0;
     state->pending = true;
     state->waiting = parameters;
-    if (satellites->isEmpty()) return 0; // until an ephemeris names the broadcaster
-    return flushIonoUtc(file, system);
+    return flushIonoUtc(file, system); // waits until an ephemeris names the broadcaster
 }
 
 qint64 NavigationWriter::flushIonoUtc(QIODevice* file, char system) {
     IonoUtcState& state = system == 'G' ? gpsIonoUtc_ : beidouIonoUtc_;
     const QMap<quint32, double>& satellites = system == 'G' ? gpsToe_ : beidouToe_;
-    if (!state.pending || satellites.isEmpty()) return 0;
+    // The lowest satellite number with a record in the file (damaged numbers write none).
+    int satellite = 0;
+    for (auto it = satellites.cbegin(); it != satellites.cend() && satellite == 0; ++it)
+        if (it.key() >= 1 && it.key() <= 99) satellite = int(it.key());
+    if (!state.pending || satellite == 0) return 0;
     state.pending = false;
-    const qint64 bytes = writeIonoUtcRecords(file, system, int(satellites.firstKey()), state.waiting);
+    const qint64 bytes = writeIonoUtcRecords(file, system, satellite, state.waiting);
     state.written = state.waiting;
     state.haveWritten = true;
     return bytes;
