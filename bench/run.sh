@@ -1,17 +1,22 @@
 #!/usr/bin/env bash
-# Throughput benchmark of velmoor-convert on synthetic streams.
+# Throughput benchmark of velmoor-convert on synthetic streams, against the strict raw-I/O
+# limit.
 #
-# For every size, range log and epoch rate: generates an input with velmoor-bench-stream
-# into a temporary directory, converts it RUNS times (fresh output directory each time) and,
-# interleaved with those runs, times a raw-I/O baseline that reads the same input and writes
-# the same number of output bytes with plain tools (cat, head -c). Prints medians.
+# For every size, range log and epoch rate (and the navigation-heavy stream): generates an
+# input with velmoor-bench-stream, converts it RUNS times (fresh output directory each time)
+# and, interleaved with those runs, times the strict limit with velmoor-bench-io: inside one
+# process, read the input and write as many bytes as the conversion wrote, both in 1 MiB
+# blocks, into the same output directory. Prints best and median of each.
 #
 #   bench/run.sh [--sizes 100,400] [--logs range,rangecmp,rangecmp2] [--rates 1,20]
-#                [--runs 5] [--quick] [--build-dir DIR] [--work-dir DIR] [--no-build]
-#                [--convert PATH] [--results FILE] [--keep]
+#                [--runs 5] [--quick] [--no-nav-heavy] [--jobs-check] [--build-dir DIR]
+#                [--work-dir DIR] [--no-build] [--convert PATH] [--results FILE] [--keep]
 #
 # --quick: sizes 10,40 MB. Sizes are in MB (10^6 bytes); so are all rates printed.
+# --no-nav-heavy: leave out the RANGECMP 1 Hz stream with new navigation records every 30 s.
+# --jobs-check: also time -j 1 and -j 2 on two copies of the first size's RANGECMP 1 Hz stream.
 # --convert: time this velmoor-convert instead of the one built here (e.g. an older build).
+# The work directory defaults to /dev/shm (memory only: no disk write-back in the timings).
 set -euo pipefail
 
 repo="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -21,13 +26,16 @@ rates="1,20"
 runs=5
 build_dir="$repo/build-bench/release"
 work_parent="${TMPDIR:-/tmp}"
+[ -d /dev/shm ] && [ -w /dev/shm ] && work_parent=/dev/shm
+nav_heavy=1
+jobs_check=0
 work_dir=""
 build=1
 results=""
 keep=0
 convert_override=""
 
-usage() { sed -n '2,15p' "${BASH_SOURCE[0]}" | sed 's/^# \{0,1\}//'; }
+usage() { sed -n '2,20p' "${BASH_SOURCE[0]}" | sed 's/^# \{0,1\}//'; }
 
 while [ $# -gt 0 ]; do
     case "$1" in
@@ -36,6 +44,8 @@ while [ $# -gt 0 ]; do
     --rates) rates="$2"; shift 2 ;;
     --runs) runs="$2"; shift 2 ;;
     --quick) sizes="10,40"; shift ;;
+    --no-nav-heavy) nav_heavy=0; shift ;;
+    --jobs-check) jobs_check=1; shift ;;
     --build-dir) build_dir="$2"; shift 2 ;;
     --work-dir) work_dir="$2"; shift 2 ;;
     --no-build) build=0; shift ;;
@@ -57,11 +67,12 @@ fi
 if [ "$build" -eq 1 ]; then
     echo "== building (Release) in $build_dir" >&2
     cmake -S "$repo" -B "$build_dir" -DCMAKE_BUILD_TYPE=Release -DVELMOOR_TESTS=OFF >/dev/null
-    cmake --build "$build_dir" -j"$(nproc)" --target velmoor-convert velmoor-bench-stream >/dev/null
+    cmake --build "$build_dir" -j"$(nproc)" --target velmoor-convert velmoor-bench-stream velmoor-bench-io >/dev/null
 fi
 convert="${convert_override:-$build_dir/cli/velmoor-convert}"
 generate="$build_dir/bench/velmoor-bench-stream"
-for tool in "$convert" "$generate"; do
+strict_io="$build_dir/bench/velmoor-bench-io"
+for tool in "$convert" "$generate" "$strict_io"; do
     [ -x "$tool" ] || { echo "run.sh: $tool not built" >&2; exit 1; }
 done
 
@@ -76,6 +87,7 @@ fi
 median() {
     sort -g | awk '{ v[NR] = $1 } END { if (NR % 2) print v[(NR + 1) / 2]; else print (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
+best() { sort -g | head -n 1; }
 
 now() { date +%s.%N; }
 
@@ -89,10 +101,11 @@ timed() {
     awk -v a="$t0" -v b="$t1" '{ printf "%.4f %.2f %d\n", b - a, $1 + $2, $3 }' "$work_dir/time"
 }
 
-table_header="| log | rate | input MB | epochs | wall s | CPU s | input MB/s | epochs/s | output MB | output MB/s | peak RSS MB | baseline wall s | baseline CPU s | ratio wall | ratio CPU |"
-table_rule="|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
+table_header="| stream | rate | input MB | epochs | nav records | output MB | best s | median s | CPU s | peak RSS MB | limit best s | limit median s | limit CPU s | ratio best | ratio median | ratio CPU |"
+table_rule="|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
 rows=()
 streams=()
+jobs_rows=()
 
 load_start="$(cut -d' ' -f1-3 /proc/loadavg)"
 echo "== machine: $(nproc) CPUs, $(awk '/MemTotal/ { printf "%.1f GiB", $2 / 1048576 }' /proc/meminfo), work dir $work_dir" >&2
@@ -100,73 +113,120 @@ IFS=, read -r -a size_list <<<"$sizes"
 IFS=, read -r -a log_list <<<"$logs"
 IFS=, read -r -a rate_list <<<"$rates"
 
+# name|log|rate|extra generator options
+specs=()
+for log in "${log_list[@]}"; do
+    for rate in "${rate_list[@]}"; do
+        specs+=("$log|$log|$rate|")
+    done
+done
+[ "$nav_heavy" -eq 1 ] && specs+=("rangecmp+nav30|rangecmp|1|--nav-every 30 --nav-update 30")
+
 for size in "${size_list[@]}"; do
-    for log in "${log_list[@]}"; do
-        for rate in "${rate_list[@]}"; do
-            input="$work_dir/$log-${rate}hz-${size}mb.dat"
-            echo "== $log ${rate} Hz ${size} MB: generating" >&2
-            "$generate" --log "$log" --rate "$rate" --size-mb "$size" -o "$input" >"$input.summary"
-            in_bytes="$(awk -F= '$1 == "bytes" { print $2 }' "$input.summary")"
-            epochs="$(awk -F= '$1 == "epochs" { print $2 }' "$input.summary")"
-            streams+=("$(awk -F= -v lg="$log" -v rate="$rate" '{ v[$1] = $2 } END {
-                printf "| %s | %d Hz | %.1f | %d | %.0f | %.1f | %.1f | %d | %d |", lg, rate, v["bytes"] / 1e6,
-                    v["epochs"], v["duration_s"], v["mean_satellites"], v["mean_signals"], v["ephemeris_frames"],
-                    v["omitted_signals"] }' "$input.summary")")
+    for spec in "${specs[@]}"; do
+        IFS='|' read -r name log rate extra <<<"$spec"
+        input="$work_dir/$name-${rate}hz-${size}mb.dat"
+        echo "== $name ${rate} Hz ${size} MB: generating" >&2
+        # shellcheck disable=SC2086 # extra holds separate options
+        "$generate" --log "$log" --rate "$rate" --size-mb "$size" $extra -o "$input" >"$input.summary"
+        in_bytes="$(awk -F= '$1 == "bytes" { print $2 }' "$input.summary")"
+        epochs="$(awk -F= '$1 == "epochs" { print $2 }' "$input.summary")"
+        streams+=("$(awk -F= -v lg="$name" -v rate="$rate" '{ v[$1] = $2 } END {
+            printf "| %s | %d Hz | %.1f | %d | %.0f | %.1f | %.1f | %d | %d |", lg, rate, v["bytes"] / 1e6,
+                v["epochs"], v["duration_s"], v["mean_satellites"], v["mean_signals"], v["ephemeris_frames"],
+                v["omitted_signals"] }' "$input.summary")")
 
-            conv_times=()
-            conv_cpu=()
-            base_times=()
-            base_cpu=()
-            rss_values=()
-            out_bytes=0
-            for ((run = 1; run <= runs; run++)); do
-                out_dir="$work_dir/out"
-                rm -rf "$out_dir"
-                mkdir "$out_dir"
-                read -r wall cpu rss < <(timed "$convert" -q -o "$out_dir/bench.24O" "$input")
-                conv_times+=("$wall")
-                conv_cpu+=("$cpu")
-                rss_values+=("$rss")
-                out_bytes="$(du -cb "$out_dir"/bench.24? | awk 'END { print $1 }')"
-                rm -rf "$out_dir"
+        conv_times=()
+        conv_cpu=()
+        limit_times=()
+        limit_cpu=()
+        rss_values=()
+        out_bytes=0
+        nav_lines=0
+        for ((run = 1; run <= runs; run++)); do
+            out_dir="$work_dir/out"
+            rm -rf "$out_dir"
+            mkdir "$out_dir"
+            read -r wall cpu rss < <(timed "$convert" -q -o "$out_dir/bench.24O" "$input")
+            conv_times+=("$wall")
+            conv_cpu+=("$cpu")
+            rss_values+=("$rss")
+            out_bytes="$(du -cb "$out_dir"/bench.24? | awk 'END { print $1 }')"
+            # Navigation records: the lines that start a record in the four navigation files.
+            nav_lines="$(cat "$out_dir"/bench.24[NGLC] | grep -c '^[GREC][0-9][0-9] ' || true)"
+            rm -rf "$out_dir"
 
-                # Baseline: read the input and write as many bytes as the conversion wrote.
-                mkdir "$out_dir"
-                read -r bwall bcpu _ < <(timed sh -c 'cat "$1" >/dev/null && head -c "$2" /dev/zero >"$3"' \
-                    baseline "$input" "$out_bytes" "$out_dir/zero")
-                base_times+=("$bwall")
-                base_cpu+=("$bcpu")
-                rm -rf "$out_dir"
-                echo "   run $run: convert $wall s (CPU $cpu s, RSS $rss kB), baseline $bwall s (CPU $bcpu s)" >&2
-            done
-            rm -f "$input"
-
-            conv="$(printf '%s\n' "${conv_times[@]}" | median)"
-            ccpu="$(printf '%s\n' "${conv_cpu[@]}" | median)"
-            base="$(printf '%s\n' "${base_times[@]}" | median)"
-            bcpu="$(printf '%s\n' "${base_cpu[@]}" | median)"
-            rss="$(printf '%s\n' "${rss_values[@]}" | median)"
-            rows+=("$(awk -v lg="$log" -v rate="$rate" -v ib="$in_bytes" -v ep="$epochs" -v c="$conv" -v cc="$ccpu" \
-                -v ob="$out_bytes" -v r="$rss" -v b="$base" -v bc="$bcpu" 'BEGIN {
-                printf "| %s | %d Hz | %.1f | %d | %.3f | %.2f | %.1f | %.0f | %.1f | %.1f | %.1f | %.3f | %.2f | %.2f | %s |",
-                    lg, rate, ib / 1e6, ep, c, cc, ib / 1e6 / c, ep / c, ob / 1e6, ob / 1e6 / c, r / 1024, b, bc, c / b,
-                    (bc > 0 ? sprintf("%.2f", cc / bc) : "n/a") }')")
+            # The strict limit: the same bytes through the page cache in 1 MiB blocks.
+            mkdir "$out_dir"
+            read -r limit limit_c < <("$strict_io" "$input" "$out_dir" "$out_bytes" 1 |
+                awk '{ sub("seconds=", "", $1); sub("cpu=", "", $2); print $1, $2 }')
+            limit_times+=("$limit")
+            limit_cpu+=("$limit_c")
+            rm -rf "$out_dir"
+            echo "   run $run: convert $wall s (CPU $cpu s, RSS $rss kB), strict limit $limit s (CPU $limit_c s)" >&2
         done
+
+        if [ "$jobs_check" -eq 1 ] && [ ${#jobs_rows[@]} -eq 0 ] && [ "$name" = rangecmp ] && [ "$rate" = 1 ]; then
+            # -j scaling: two inputs, one after the other and both at once.
+            jdir="$work_dir/jobs"
+            mkdir -p "$jdir"
+            cp "$input" "$jdir/a.dat"
+            cp "$input" "$jdir/b.dat"
+            j1=()
+            j2=()
+            for ((run = 1; run <= runs; run++)); do
+                for j in 1 2; do
+                    rm -f "$jdir"/*.[0-9][0-9]?
+                    read -r wall cpu _ < <(timed "$convert" -q -j "$j" "$jdir/a.dat" "$jdir/b.dat")
+                    if [ "$j" -eq 1 ]; then j1+=("$wall"); else j2+=("$wall"); fi
+                    echo "   -j $j run $run: $wall s (CPU $cpu s)" >&2
+                done
+            done
+            rm -rf "$jdir"
+            j1b="$(printf '%s\n' "${j1[@]}" | best)"
+            j1m="$(printf '%s\n' "${j1[@]}" | median)"
+            j2b="$(printf '%s\n' "${j2[@]}" | best)"
+            j2m="$(printf '%s\n' "${j2[@]}" | median)"
+            jobs_rows+=("$(awk -v n="$name" -v s="$size" -v a="$j1b" -v b="$j1m" -v c="$j2b" -v d="$j2m" 'BEGIN {
+                printf "| 2 x %s 1 Hz %s MB | %.3f | %.3f | %.3f | %.3f | %.2f | %.2f |", n, s, a, b, c, d, a / c, b / d }')")
+        fi
+        rm -f "$input"
+
+        cb="$(printf '%s\n' "${conv_times[@]}" | best)"
+        cm="$(printf '%s\n' "${conv_times[@]}" | median)"
+        ccpu="$(printf '%s\n' "${conv_cpu[@]}" | median)"
+        lb="$(printf '%s\n' "${limit_times[@]}" | best)"
+        lm="$(printf '%s\n' "${limit_times[@]}" | median)"
+        lc="$(printf '%s\n' "${limit_cpu[@]}" | median)"
+        rss="$(printf '%s\n' "${rss_values[@]}" | median)"
+        rows+=("$(awk -v lg="$name" -v rate="$rate" -v ib="$in_bytes" -v ep="$epochs" -v nv="$nav_lines" \
+            -v ob="$out_bytes" -v cb="$cb" -v cm="$cm" -v cc="$ccpu" -v r="$rss" -v lb="$lb" -v lm="$lm" -v lc="$lc" 'BEGIN {
+            printf "| %s | %d Hz | %.1f | %d | %d | %.1f | %.3f | %.3f | %.2f | %.1f | %.3f | %.3f | %.3f | %.2f | %.2f | %.2f |",
+                lg, rate, ib / 1e6, ep, nv, ob / 1e6, cb, cm, cc, r / 1024, lb, lm, lc, cb / lb, cm / lm, cc / lc }')")
     done
 done
 
 {
-    echo "velmoor-convert, median of $runs runs (MB = 10^6 bytes; CPU = user + system;"
-    echo "ratio = conversion time / raw-I/O baseline time, wall and CPU)"
+    echo "velmoor-convert, best and median of $runs runs (MB = 10^6 bytes; CPU = user + system, median)."
+    echo "Strict limit: velmoor-bench-io reading the input and writing the conversion's output size,"
+    echo "in 1 MiB blocks, inside one process. Ratio = conversion wall time / strict limit wall time"
+    echo "(best / best, median / median; CPU: medians of user + system, which the machine's load disturbs less)."
+    echo "Work directory: $work_dir"
     echo "load average at start: $load_start; at end: $(cut -d' ' -f1-3 /proc/loadavg)"
     echo
     echo "$table_header"
     echo "$table_rule"
     printf '%s\n' "${rows[@]}"
+    if [ ${#jobs_rows[@]} -gt 0 ]; then
+        echo
+        echo "| inputs | -j 1 best s | -j 1 median s | -j 2 best s | -j 2 median s | speed-up best | speed-up median |"
+        echo "|---|---:|---:|---:|---:|---:|---:|"
+        printf '%s\n' "${jobs_rows[@]}"
+    fi
     echo
     echo "Streams (velmoor-bench-stream):"
     echo
-    echo "| log | rate | MB | epochs | duration s | mean satellites | mean signals | ephemeris frames | omitted signals |"
+    echo "| stream | rate | MB | epochs | duration s | mean satellites | mean signals | ephemeris frames | omitted signals |"
     echo "|---|---:|---:|---:|---:|---:|---:|---:|---:|"
     printf '%s\n' "${streams[@]}"
 } | tee ${results:+"$results"}

@@ -1,14 +1,16 @@
 #include "cli/job_runner.h"
 
 #include <QFile>
+#include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "cli/progress_output.h"
 #include "shell/thread_binary_to_rinex.h"
 
 namespace cli {
 
-qint64 countObservationEpochs(const QString& path) {
+qint64 countObservationEpochs(const QString& path, qint64 limit) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) return -1;
     // Epoch lines start with ">" and carry their flag in column 32; flags 2 to 5 are events.
@@ -23,9 +25,11 @@ qint64 countObservationEpochs(const QString& path) {
         if (column > 31 && first == '>' && (flag == '0' || flag == '1')) ++epochs;
         column = 0;
     };
-    for (;;) {
-        const qint64 n = file.read(block.data(), kBlock);
+    qint64 left = limit >= 0 ? limit : std::numeric_limits<qint64>::max();
+    while (left > 0) {
+        const qint64 n = file.read(block.data(), std::min(kBlock, left));
         if (n <= 0) break;
+        left -= n;
         const char* p = block.constData();
         const char* const end = p + n;
         while (p < end) {
@@ -68,6 +72,15 @@ void ConversionJob::start() {
             Qt::QueuedConnection);
     connect(worker, &ThreadBinaryToRinex::progress, this, &ConversionJob::on_thread_progress,
             Qt::QueuedConnection);
+    // First, on the worker's thread while the worker still exists: the writer's counts.
+    connect(
+        worker, &ThreadBinaryToRinex::finished, this,
+        [this, worker](bool ok, QString) {
+            if (!ok) return;
+            observationDataStart_ = worker->observationDataStart();
+            epochRecordLines_ = worker->epochRecordLines();
+        },
+        Qt::DirectConnection);
     connect(worker, &ThreadBinaryToRinex::finished, this, &ConversionJob::on_thread_finished,
             Qt::QueuedConnection);
     connect(worker, &ThreadBinaryToRinex::message, this, &ConversionJob::on_thread_message,
@@ -76,6 +89,17 @@ void ConversionJob::start() {
     worker->moveToThread(&thread_);
     thread_.start();
     emit startConvert();
+}
+
+qint64 ConversionJob::observationEpochs(const QString& observationPath) const {
+    const qint64 start = observationDataStart_;
+    const qint64 records = epochRecordLines_;
+    // Only the header is read: the records' epoch lines were counted as they were written.
+    if (start >= 0 && records >= 0) {
+        const qint64 header = countObservationEpochs(observationPath, start);
+        return header < 0 ? -1 : header + records;
+    }
+    return countObservationEpochs(observationPath);
 }
 
 void ConversionJob::cancel() {
@@ -147,7 +171,7 @@ void JobRunner::jobDone(ConversionJob* job, bool ok, const QString& msg) {
         const double seconds = clocks_.value(input).elapsed() / 1000.0;
         const QStringList outputs = outputFileNames(outputPaths_.value(input));
         output_.message(input, msg);
-        output_.succeeded(input, countObservationEpochs(outputs.first()), outputs, seconds);
+        output_.succeeded(input, job->observationEpochs(outputs.first()), outputs, seconds);
     } else {
         ++failures_;
         output_.failed(input, msg);

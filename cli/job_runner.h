@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 #include <QThread>
+#include <atomic>
 
 #include "params/parameter_names.h"
 
@@ -13,8 +14,9 @@ namespace cli {
 
 class ProgressOutput;
 
-// Epoch records (flag 0 or 1) in a RINEX 3 observation file; -1 when it cannot be read.
-qint64 countObservationEpochs(const QString& path);
+// Epoch records (flag 0 or 1) in a RINEX 3 observation file, or in its first limit bytes
+// when limit >= 0; -1 when it cannot be read.
+qint64 countObservationEpochs(const QString& path, qint64 limit = -1);
 // The five files the writer makes from an output path: O, N, G, L, C.
 QStringList outputFileNames(const QString& outputPath);
 
@@ -31,6 +33,9 @@ public:
     // closes the writer, so the files keep complete headers. No done signal follows.
     void cancel();
     const QString& input() const { return input_; }
+    // Epoch records in the observation file of a successful conversion: those of its header
+    // read back, with the records' count taken from the writer.
+    qint64 observationEpochs(const QString& observationPath) const;
 
 signals:
     void startConvert();
@@ -49,6 +54,9 @@ private:
 
     QString input_;
     ConvertOptions options_;
+    // Set on the worker's thread as it finishes, read after its queued finished signal.
+    std::atomic<qint64> observationDataStart_{-1};
+    std::atomic<qint64> epochRecordLines_{-1};
     QThread thread_;
 };
 

@@ -247,6 +247,9 @@ qint64 Rinex3xx::writeEpoch() {
                                          int(epoch_.milliseconds / 1000 % 60),
                                          int(epoch_.milliseconds % 1000), satellites);
     qint64 written = std::max(0, std::min(n, kLineCapacity - 1));
+    const char* const epochLine = epochBlock_.data() + epochBlockUsed_;
+    if (written > 31 && epochLine[0] == '>' && (epochLine[31] == '0' || epochLine[31] == '1'))
+        ++epochRecordLines_;
     epochBlockUsed_ += int(written);
 
     size_t begin = 0;

@@ -196,6 +196,8 @@ qint64 Rinex3xx::open(const QString& path) {
     lastEpoch_ = 0;
     interval_ = 0;
     epochsWritten_ = 0;
+    epochRecordLines_ = 0;
+    observationDataStart_ = 0;
     firstLatitude_ = firstLongitude_ = firstHeight_ = 0;
     haveTime_ = false;
     time_ = decoding::TimeSolution{};
@@ -242,6 +244,7 @@ qint64 Rinex3xx::open(const QString& path) {
         total += writeLine(obs, line, n);
     const int end = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "END OF HEADER");
     total += writeLine(obs, line, end);
+    observationDataStart_ = obs.pos();
 
     for (int i = FileBeidou; i < FileCount; ++i) {
         total += rinex::reserveNavigationHeader(&files_[i], navigationMerged_ ? "M: MIXED" : kNavigationSystemText[i]);

@@ -113,6 +113,11 @@ public:
     QString observationFileName() const { return files_[FileObservation].fileName(); }
     QStringList outputFileNames() const;
     qint64 epochsWritten() const { return epochsWritten_; }
+    // Where the observation records start (after the reserved header), and how many of the
+    // lines written from there are epoch records with flag 0 or 1: with the header's own
+    // such lines, the count a reader finds in the file without reading the records back.
+    qint64 observationDataStart() const { return observationDataStart_; }
+    qint64 epochRecordLines() const { return epochRecordLines_; }
     // Text of the first failed write (empty when every write succeeded).
     QString writeError() const { return writeError_; }
 
@@ -196,6 +201,8 @@ private:
     qint64 lastEpoch_ = 0;
     qint32 interval_ = 0;
     qint64 epochsWritten_ = 0;
+    qint64 epochRecordLines_ = 0;
+    qint64 observationDataStart_ = 0;
 
     // approximate position: given by the user, and the first one computed in the stream
     double userLatitude_ = 0, userLongitude_ = 0, userHeight_ = 0;

@@ -57,6 +57,8 @@ void ThreadBinaryToRinex::startConvert() {
 
         emit message(QString("save to %1").arg(writer_->observationFileName()));
 
+        observationDataStart_ = -1;
+        epochRecordLines_ = -1;
         startTime_ = QDateTime::currentMSecsSinceEpoch();
         lastPercent_ = -1;
 
@@ -108,6 +110,10 @@ void ThreadBinaryToRinex::on_timer_timeout() {
     if (writer_->isOpen()) writer_->close();
     // A failed write (a full disk) must not pass as a success.
     const QString writeError = writer_->writeError();
+    if (writeError.isEmpty()) {
+        observationDataStart_ = writer_->observationDataStart();
+        epochRecordLines_ = writer_->epochRecordLines();
+    }
     inTick_ = true;
     releaseResources();
     inTick_ = false;

@@ -19,6 +19,11 @@ public:
     ~ThreadBinaryToRinex() override;
 
     void setParameters(const QMap<QString, QString>& parameters);
+    // After a successful conversion (valid from within the finished signal's direct
+    // connections): where the observation records start, and the epoch record lines among
+    // them; -1 before.
+    qint64 observationDataStart() const { return observationDataStart_; }
+    qint64 epochRecordLines() const { return epochRecordLines_; }
 
 signals:
     void progress(int prg);
@@ -45,5 +50,7 @@ private:
     Rinex3xx* writer_ = nullptr;
     qint64 startTime_ = 0;
     qint32 lastPercent_ = -1;
+    qint64 observationDataStart_ = -1;
+    qint64 epochRecordLines_ = -1;
     bool inTick_ = false; // the timer must not be deleted inside its own timeout
 };
