@@ -83,11 +83,11 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         "info", "Print the input's header rows as 'name = value' lines and convert nothing.");
     const QCommandLineOption quiet({"q", "quiet"},
                                    "Print nothing but failures (no progress, messages or summaries).");
-    const QCommandLineOption rinex(
-        "rinex",
-        QString("RINEX version: %1. Default: %2 (see the version table below).")
-            .arg(joined(rinex::versionTexts()), QString::fromLatin1(rinex::versionText(rinex::kDefaultVersion))),
-        "VERSION");
+    const QCommandLineOption rinex("rinex",
+                                   QString("RINEX version: %1. Default: %2 (see the version table below).")
+                                       .arg(joined(rinex::versionTexts()),
+                                            QString::fromLatin1(rinex::versionText(rinex::kDefaultVersion))),
+                                   "VERSION");
     const QCommandLineOption navMerged(
         "nav-merged",
         "Write one mixed navigation file (last letter P) instead of the four per-system navigation files.");

@@ -158,7 +158,8 @@ void checkNavigationBody(const QString& name, const QByteArray& bytes) {
         const int end = bytes.indexOf("\r\n", start);
         if (end < 0) return; // reported by checkLineEnds
         if (end - start > 80)
-            fail(name, "navigation line longer than 80 characters: " + bytes.mid(start, end - start).toStdString());
+            fail(name,
+                 "navigation line longer than 80 characters: " + bytes.mid(start, end - start).toStdString());
         start = end + 2;
     }
 }

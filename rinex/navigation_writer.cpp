@@ -338,8 +338,8 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
         break;
     case 'C':
         // 3.05 names BeiDou time "BDT".
-        writeIonosphereHeader(file, "BDSA", "BDSB", atLeast305(info.version) ? "BDT" : "BDS", info.beidouFirst,
-                              info.beidouLatest);
+        writeIonosphereHeader(file, "BDSA", "BDSB", atLeast305(info.version) ? "BDT" : "BDS",
+                              info.beidouFirst, info.beidouLatest);
         break;
     case 'G':
         // From 3.05 on a GLONASS-only file carries no LEAP SECONDS.

@@ -247,7 +247,8 @@ qint64 Rinex3xx::open(const QString& path) {
     observationDataStart_ = obs.pos();
 
     for (int i = FileBeidou; i < FileCount; ++i) {
-        total += rinex::reserveNavigationHeader(&files_[i], navigationMerged_ ? "M: MIXED" : kNavigationSystemText[i]);
+        total += rinex::reserveNavigationHeader(&files_[i],
+                                                navigationMerged_ ? "M: MIXED" : kNavigationSystemText[i]);
         checkDevice(files_[i]);
     }
 

@@ -159,7 +159,9 @@ private:
     void recordWriteError(const QFile& file);
 
     // The navigation file that takes this system's records: itself, or the mixed file.
-    int navigationFile(int file) const { return navigationMerged_ ? int(FileGps) : file; }
+    int navigationFile(int file) const {
+        return navigationMerged_ ? int(FileGps) : file;
+    }
 
     // options
     rinex::Version version_ = rinex::kDefaultVersion;

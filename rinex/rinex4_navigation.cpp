@@ -129,8 +129,8 @@ bool writeNavigationHeader400(QIODevice* file, char kind, const NavigationHeader
     }
 
     char line[kLineCapacity];
-    int n = std::snprintf(line, sizeof line, "%9s%11s%-20s%-20s%-20s\r\n", "4.00", "", "N: GNSS NAV DATA", system,
-                          "RINEX VERSION / TYPE");
+    int n = std::snprintf(line, sizeof line, "%9s%11s%-20s%-20s%-20s\r\n", "4.00", "", "N: GNSS NAV DATA",
+                          system, "RINEX VERSION / TYPE");
     put(file, line, n);
 
     const QDateTime now = QDateTime::currentDateTimeUtc();
@@ -167,7 +167,8 @@ qint64 NavigationWriter::writeIonoUtc(QIODevice* file, const decoding::IonoUtcPa
     if (version_ != Version::V400 || file == nullptr || !file->isOpen()) return 0;
     char system = 0;
     IonoUtcState* state = nullptr;
-    if (parameters.header.messageId == decoding::LogIonUtc || parameters.header.messageId == decoding::LogIonUtcU) {
+    if (parameters.header.messageId == decoding::LogIonUtc ||
+        parameters.header.messageId == decoding::LogIonUtcU) {
         system = 'G';
         state = &gpsIonoUtc_;
     } else if (parameters.header.messageId == decoding::LogBd2IonUtc) {
@@ -176,7 +177,8 @@ qint64 NavigationWriter::writeIonoUtc(QIODevice* file, const decoding::IonoUtcPa
     } else {
         return 0;
     }
-    if (state->haveWritten && sameIonosphere(state->written, parameters) && sameUtc(state->written, parameters))
+    if (state->haveWritten && sameIonosphere(state->written, parameters) &&
+        sameUtc(state->written, parameters))
         return 0;
     state->pending = true;
     state->waiting = parameters;
@@ -236,16 +238,19 @@ qint64 NavigationWriter::writeIonoUtcRecords(QIODevice* file, char system, int s
     // system's own time; A2 is not broadcast (0); the transmission time is not in the log.
     const int64_t logWeek = system == 'C' ? int64_t(h.week) - kBeidouWeekOffset : int64_t(h.week);
     const int64_t week = fullWeek(p.utcWeek, logWeek);
-    const bool plausible = week >= 0 && week <= 99999 && p.utcTime <= 604800u && std::isfinite(p.a0) &&
-                           std::isfinite(p.a1);
+    const bool plausible =
+        week >= 0 && week <= 99999 && p.utcTime <= 604800u && std::isfinite(p.a0) && std::isfinite(p.a1);
     if (plausible) {
         const int64_t gpsWeek = system == 'C' ? week + kBeidouWeekOffset : week;
-        const int64_t referenceMs = gpsWeek * kWeekMilliseconds + int64_t(p.utcTime) * 1000 + kGpsEpochMilliseconds;
+        const int64_t referenceMs =
+            gpsWeek * kWeekMilliseconds + int64_t(p.utcTime) * 1000 + kGpsEpochMilliseconds;
         char epoch[kLineCapacity];
         if (formatEpoch(epoch, sizeof epoch, referenceMs)) {
-            used += formatLeadLine(text + used, sizeof text - size_t(used), "STO", system, satellite, message);
-            int n = std::snprintf(line, sizeof line, "%s %-18s %-18s %-18s", epoch, system == 'G' ? "GPUT" : "BDUT",
-                                  "", system == 'G' ? "UTC(USNO)" : "UTC(NTSC)");
+            used +=
+                formatLeadLine(text + used, sizeof text - size_t(used), "STO", system, satellite, message);
+            int n =
+                std::snprintf(line, sizeof line, "%s %-18s %-18s %-18s", epoch,
+                              system == 'G' ? "GPUT" : "BDUT", "", system == 'G' ? "UTC(USNO)" : "UTC(NTSC)");
             n = endLine(line, n);
             std::memcpy(text + used, line, size_t(n));
             used += n;

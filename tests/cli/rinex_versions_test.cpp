@@ -6,8 +6,8 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <gtest/gtest.h>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <map>
 #include <sstream>
 #include <string>
@@ -20,7 +20,8 @@
 
 namespace {
 
-const char* const kInputs[] = {"cebr-sample", "cebr-range-key", "cebr-rangecmp-legacy", "cebr-rangecmp2-none"};
+const char* const kInputs[] = {"cebr-sample", "cebr-range-key", "cebr-rangecmp-legacy",
+                               "cebr-rangecmp2-none"};
 const char kSeparateLetters[] = {'N', 'G', 'L', 'C'};
 
 std::string inputPath(const std::string& stem) {
@@ -196,7 +197,8 @@ TEST_P(SameStream, ObservationsOf305And400EqualThoseOf304) {
 
 // Records by system, satellite and epoch, for comparisons across files; a repeated key gets
 // a running suffix.
-std::map<std::string, rinex_input::NavRecord> recordsByKey(const std::vector<rinex_input::NavRecord>& records) {
+std::map<std::string, rinex_input::NavRecord>
+recordsByKey(const std::vector<rinex_input::NavRecord>& records) {
     std::map<std::string, rinex_input::NavRecord> out;
     for (const rinex_input::NavRecord& r : records) {
         char text[64];
@@ -240,7 +242,8 @@ TEST_P(SameStream, NavigationRecordsOfEveryVersionReadBackWithTheValuesOf304) {
         const Output out = convert(dir, input, v.options);
         std::vector<rinex_input::NavRecord> records;
         std::vector<rinex_input::NavSpecialRecord> special;
-        const std::vector<char> letters = v.merged ? std::vector<char>{'P'} : std::vector<char>{'N', 'G', 'L', 'C'};
+        const std::vector<char> letters =
+            v.merged ? std::vector<char>{'P'} : std::vector<char>{'N', 'G', 'L', 'C'};
         EXPECT_EQ(QDir(out.directory).entryList(QDir::Files).size(), int(letters.size()) + 1);
         for (char letter : letters) {
             expectLineLengths(out.text(letter), false);

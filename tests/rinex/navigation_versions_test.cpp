@@ -97,7 +97,8 @@ std::vector<NavRecord> ephemerides(const char* path) {
 }
 
 // Equal to the printed precision (12 decimals of the mantissa on either side).
-::testing::AssertionResult samePrinted(const std::optional<double>& written, const std::optional<double>& source) {
+::testing::AssertionResult samePrinted(const std::optional<double>& written,
+                                       const std::optional<double>& source) {
     if (!written && !source) return ::testing::AssertionSuccess();
     if (!written) return ::testing::AssertionFailure() << "blank, expected " << *source;
     if (!source) return ::testing::AssertionFailure() << *written << ", expected blank";
@@ -134,7 +135,8 @@ TEST(NavigationVersions, ElkoRecordsKeepEveryValueIn305And400) {
             const NavRecord& old = v304.records[i];
             EXPECT_EQ(w.system, old.system);
             EXPECT_EQ(w.satellite, old.satellite);
-            EXPECT_EQ(rinex_input::weekSecondsOf(w.epoch).seconds, rinex_input::weekSecondsOf(old.epoch).seconds);
+            EXPECT_EQ(rinex_input::weekSecondsOf(w.epoch).seconds,
+                      rinex_input::weekSecondsOf(old.epoch).seconds);
             // 4.00 ends lines after their last value: blank trailing spares are absent either way.
             for (size_t k = 0; k < old.values.size(); ++k) {
                 const std::optional<double> value = k < w.values.size() ? w.values[k] : std::nullopt;
@@ -292,7 +294,8 @@ TEST(NavigationVersions, GpsIonAndStoRecordsCarryTheValuesOfTheRealRecords) {
     EXPECT_EQ(written.special.size(), 2u);
     EXPECT_EQ(wIon->message, "LNAV");
     EXPECT_EQ(wIon->satellite, gps.back().satellite);
-    EXPECT_EQ(rinex_input::weekSecondsOf(wIon->epoch).seconds, rinex_input::weekSecondsOf(ion->epoch).seconds);
+    EXPECT_EQ(rinex_input::weekSecondsOf(wIon->epoch).seconds,
+              rinex_input::weekSecondsOf(ion->epoch).seconds);
     // alpha0-3, beta0-3; the region code (QZSS only) stays blank.
     for (size_t i = 0; i < 8; ++i)
         EXPECT_TRUE(samePrinted(wIon->values[i], ion->values[i])) << "ION value " << i;
@@ -305,7 +308,8 @@ TEST(NavigationVersions, GpsIonAndStoRecordsCarryTheValuesOfTheRealRecords) {
     EXPECT_EQ(wSto->utcId, sto->utcId);
     EXPECT_EQ(wSto->sbasId, "");
     EXPECT_EQ(wSto->epoch.year, sto->epoch.year);
-    EXPECT_EQ(rinex_input::weekSecondsOf(wSto->epoch).seconds, rinex_input::weekSecondsOf(sto->epoch).seconds);
+    EXPECT_EQ(rinex_input::weekSecondsOf(wSto->epoch).seconds,
+              rinex_input::weekSecondsOf(sto->epoch).seconds);
     ASSERT_EQ(wSto->values.size(), 4u);
     // The log carries no transmission time: the unknown value.
     EXPECT_EQ(wSto->values[0], 0.999999999999e9);

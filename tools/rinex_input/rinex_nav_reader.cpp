@@ -196,7 +196,8 @@ void parseLeadLine(const std::string& line, int lineNumber, NavFile& file, NavSp
         fail(lineNumber, "malformed satellite in lead line");
     const int number = requiredInteger(satellite.substr(1), lineNumber, "satellite number");
     const std::string messageType = trimmed(field(line, 10, 4));
-    if (line.size() > 14 && !trimmed(line.substr(14)).empty()) fail(lineNumber, "text after the message type");
+    if (line.size() > 14 && !trimmed(line.substr(14)).empty())
+        fail(lineNumber, "text after the message type");
     special = nullptr;
     ephemerisDue = false;
     if (type == "EPH") {
@@ -204,7 +205,8 @@ void parseLeadLine(const std::string& line, int lineNumber, NavFile& file, NavSp
         ephemerisDue = true;
         return;
     }
-    if (type != "ION" && type != "STO" && type != "EOP") fail(lineNumber, "unknown record type '" + type + "'");
+    if (type != "ION" && type != "STO" && type != "EOP")
+        fail(lineNumber, "unknown record type '" + type + "'");
     NavSpecialRecord record;
     record.type = type;
     record.system = satellite[0];

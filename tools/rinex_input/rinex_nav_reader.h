@@ -95,7 +95,7 @@ struct NavSpecialRecord {
 
 struct NavFile {
     NavHeader header;
-    std::vector<NavRecord> records;         // EPH records (every record below 4.0)
+    std::vector<NavRecord> records;        // EPH records (every record below 4.0)
     std::vector<NavSpecialRecord> special; // 4.x ION, STO and EOP records
 };
 
