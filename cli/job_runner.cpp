@@ -47,9 +47,10 @@ qint64 countObservationEpochs(const QString& path, qint64 limit) {
     return epochs;
 }
 
-QStringList outputFileNames(const QString& outputPath) {
+QStringList outputFileNames(const QString& outputPath, bool mergedNavigation) {
     const QString base = outputPath.left(outputPath.size() - 1);
     QStringList names;
+    if (mergedNavigation) return names << base + "O" << base + "P";
     for (const char* letter : {"O", "N", "G", "L", "C"})
         names << base + letter;
     return names;
@@ -159,6 +160,7 @@ void JobRunner::startNext() {
     running_ << conversion;
     clocks_[job.input].start();
     outputPaths_[job.input] = job.options.value("Path Output");
+    mergedNavigation_[job.input] = job.options.value("Navigation Merged") == "1";
     output_.started(job.input);
     conversion->start();
 }
@@ -169,7 +171,7 @@ void JobRunner::jobDone(ConversionJob* job, bool ok, const QString& msg) {
     const QString input = job->input();
     if (ok) {
         const double seconds = clocks_.value(input).elapsed() / 1000.0;
-        const QStringList outputs = outputFileNames(outputPaths_.value(input));
+        const QStringList outputs = outputFileNames(outputPaths_.value(input), mergedNavigation_.value(input));
         output_.message(input, msg);
         output_.succeeded(input, job->observationEpochs(outputs.first()), outputs, seconds);
     } else {

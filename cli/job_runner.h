@@ -17,8 +17,9 @@ class ProgressOutput;
 // Epoch records (flag 0 or 1) in a RINEX 3 observation file, or in its first limit bytes
 // when limit >= 0; -1 when it cannot be read.
 qint64 countObservationEpochs(const QString& path, qint64 limit = -1);
-// The five files the writer makes from an output path: O, N, G, L, C.
-QStringList outputFileNames(const QString& outputPath);
+// The files the writer makes from an output path: O, N, G, L, C; or O and P with the mixed
+// navigation file.
+QStringList outputFileNames(const QString& outputPath, bool mergedNavigation = false);
 
 // One conversion, driven the way a conversion tab drives it: the worker is moved to this
 // job's thread, started by a queued signal and destroyed by a queued deleteLater.
@@ -91,6 +92,7 @@ private:
     ProgressOutput& output_;
     QMap<QString, QElapsedTimer> clocks_;
     QMap<QString, QString> outputPaths_;
+    QMap<QString, bool> mergedNavigation_; // written with one mixed navigation file
 };
 
 } // namespace cli
