@@ -3,6 +3,7 @@
 # machine, so before/after comparisons of hot spots use them rather than times.
 #
 #   bench/profile.sh [--log rangecmp] [--rate 20] [--size-mb 20] [--seed 1] [--top 15]
+#                    [--nav-every S] [--nav-update S]
 #                    [--build-dir DIR] [--no-build] [--keep DIR]
 #                    [LABEL=CONVERTER ...]
 #
@@ -22,6 +23,7 @@ build_dir="$repo/build-bench/profile"
 build=1
 keep=""
 converters=()
+nav_options=()
 
 while [ $# -gt 0 ]; do
     case "$1" in
@@ -30,10 +32,11 @@ while [ $# -gt 0 ]; do
     --size-mb) size="$2"; shift 2 ;;
     --seed) seed="$2"; shift 2 ;;
     --top) top="$2"; shift 2 ;;
+    --nav-every | --nav-update) nav_options+=("$1" "$2"); shift 2 ;;
     --build-dir) build_dir="$2"; shift 2 ;;
     --no-build) build=0; shift ;;
     --keep) keep="$2"; shift 2 ;;
-    -h | --help) sed -n '2,14p' "${BASH_SOURCE[0]}" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    -h | --help) sed -n '2,15p' "${BASH_SOURCE[0]}" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *=*) converters+=("$1"); shift ;;
     *) echo "profile.sh: unknown argument '$1'" >&2; exit 2 ;;
     esac
@@ -53,7 +56,7 @@ trap 'rm -rf "$work_dir"' EXIT
 [ -z "$keep" ] || mkdir -p "$keep"
 
 input="$work_dir/input.dat"
-"$build_dir/bench/velmoor-bench-stream" --log "$log" --rate "$rate" --size-mb "$size" --seed "$seed" \
+"$build_dir/bench/velmoor-bench-stream" --log "$log" --rate "$rate" --size-mb "$size" --seed "$seed" ${nav_options[@]+"${nav_options[@]}"} \
     -o "$input" >"$work_dir/summary"
 echo "input: $log, $rate Hz, $(awk -F= '$1 == "bytes" { print $2 }' "$work_dir/summary") bytes," \
     "$(awk -F= '$1 == "epochs" { print $2 }' "$work_dir/summary") epochs"

@@ -114,17 +114,17 @@ IFS=, read -r -a log_list <<<"$logs"
 IFS=, read -r -a rate_list <<<"$rates"
 
 # name|log|rate|extra generator options
-specs=()
+stream_kinds=()
 for log in "${log_list[@]}"; do
     for rate in "${rate_list[@]}"; do
-        specs+=("$log|$log|$rate|")
+        stream_kinds+=("$log|$log|$rate|")
     done
 done
-[ "$nav_heavy" -eq 1 ] && specs+=("rangecmp+nav30|rangecmp|1|--nav-every 30 --nav-update 30")
+[ "$nav_heavy" -eq 1 ] && stream_kinds+=("rangecmp+nav30|rangecmp|1|--nav-every 30 --nav-update 30")
 
 for size in "${size_list[@]}"; do
-    for spec in "${specs[@]}"; do
-        IFS='|' read -r name log rate extra <<<"$spec"
+    for kind in "${stream_kinds[@]}"; do
+        IFS='|' read -r name log rate extra <<<"$kind"
         input="$work_dir/$name-${rate}hz-${size}mb.dat"
         echo "== $name ${rate} Hz ${size} MB: generating" >&2
         # shellcheck disable=SC2086 # extra holds separate options

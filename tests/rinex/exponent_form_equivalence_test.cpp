@@ -84,10 +84,12 @@ TEST(ExponentFormEquivalence, EdgeValuesAtEveryDecimalCount) {
 }
 
 TEST(ExponentFormEquivalence, RoundingTiesGoToTheEvenDigit) {
-    // Mantissas whose scaled value ends in exactly one half at 12 and 5 decimals.
+    // Mantissas whose scaled value ends in exactly one half at 12 and 5 decimals: for odd k,
+    // (1/8 + k/2^13) * 10^12 and (1/8 + k/2^6) * 10^5 are odd multiples of 1/2, and so is
+    // (1/2 + k/2^14) * 10^12 for k = 2 mod 4.
     for (int k = 1; k < 4000; ++k) {
-        expectSame(0.1 + k * std::ldexp(1.0, -13), 12);
-        expectSame(0.1 + k * std::ldexp(1.0, -6), 5);
+        expectSame(0.125 + k * std::ldexp(1.0, -13), 12);
+        expectSame(0.125 + k * std::ldexp(1.0, -6), 5);
         expectSame(-(0.5 + k * std::ldexp(1.0, -14)), 12);
     }
     // Halves of the last decimal written as decimal text: the nearest doubles either side.
