@@ -39,17 +39,19 @@ QString helpEpilogue() {
                           "overwritten: the conversion of that input fails instead. With --nav-merged\n"
                           "the navigation records go into one mixed file, last letter P, instead.\n"
                           "\n"
-                          "What each RINEX version holds:\n"
-                          "  3.02-3.04  observations of every system; GPS, GLONASS, Galileo and BeiDou\n"
-                          "             navigation records, ionosphere and UTC values in the GPS\n"
-                          "             navigation header.\n"
-                          "  3.05       as 3.04, plus the GLONASS fourth orbit line (L1/L2 group delay\n"
-                          "             difference and accuracy index); BeiDou leap seconds named BDT;\n"
-                          "             no LEAP SECONDS line in the GLONASS navigation file.\n"
-                          "  4.00       observations as 3.05; navigation records with lead lines\n"
-                          "             (> EPH: GPS LNAV, GLONASS FDMA, Galileo INAV/FNAV, BeiDou D1/D2),\n"
-                          "             ionosphere (> ION) and GPS/BeiDou-UTC (> STO) records instead of\n"
-                          "             the header lines.\n"
+                          "RINEX 3.02, 3.03 and 3.04: observations of every system; GPS, GLONASS,\n"
+                          "Galileo and BeiDou navigation records; the GPS ionosphere and leap seconds\n"
+                          "in the navigation header.\n"
+                          "\n"
+                          "RINEX 3.05: as 3.04, plus the GLONASS fourth orbit line (L1/L2 group delay\n"
+                          "difference, accuracy index); no LEAP SECONDS line in the GLONASS navigation\n"
+                          "file; BeiDou leap seconds named BDT.\n"
+                          "\n"
+                          "RINEX 4.00: observations as 3.05; every navigation record opens with a lead\n"
+                          "line (> EPH: GPS LNAV, GLONASS FDMA, Galileo INAV/FNAV, BeiDou D1/D2); the GPS\n"
+                          "and BeiDou ionosphere and UTC values are > ION and > STO records instead of\n"
+                          "header lines.\n"
+                          "\n"
                           "No version drops a system the board delivers.\n"
                           "\n"
                           "Option values not given on the command line come from the input's header,\n"
@@ -84,7 +86,7 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     const QCommandLineOption quiet({"q", "quiet"},
                                    "Print nothing but failures (no progress, messages or summaries).");
     const QCommandLineOption rinex("rinex",
-                                   QString("RINEX version: %1. Default: %2 (see the version table below).")
+                                   QString("RINEX version: %1. Default: %2 (see the RINEX versions below).")
                                        .arg(joined(rinex::versionTexts()),
                                             QString::fromLatin1(rinex::versionText(rinex::kDefaultVersion))),
                                    "VERSION");
