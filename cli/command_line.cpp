@@ -4,10 +4,10 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include "cli/versions.h"
 #include "params/config_rows.h"
 #include "params/file_header.h"
 #include "rinex/rinex_version.h"
+#include "velmoor/versions.h"
 
 namespace cli {
 
@@ -148,7 +148,8 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         result.action = CommandLine::Help;
         // The generated usage line names the program by the path it was started with.
         QString text = parser.helpText();
-        text = QString("Usage: %1 [options] INPUT...").arg(ProgramName) + text.mid(text.indexOf('\n'));
+        text =
+            QString("Usage: %1 [options] INPUT...").arg(VELMOOR_CONVERT_NAME) + text.mid(text.indexOf('\n'));
         result.helpText = text + helpEpilogue();
         return result;
     }

@@ -10,8 +10,8 @@
 #include "cli/interrupt.h"
 #include "cli/job_runner.h"
 #include "cli/progress_output.h"
-#include "cli/versions.h"
 #include "params/file_header.h"
+#include "velmoor/versions.h"
 
 namespace {
 
@@ -20,8 +20,8 @@ void printLine(FILE* stream, const QString& text) {
 }
 
 int usageError(const QString& text) {
-    printLine(stderr, QString("%1: %2").arg(cli::ProgramName, text));
-    printLine(stderr, QString("Try '%1 --help' for more information.").arg(cli::ProgramName));
+    printLine(stderr, QString("%1: %2").arg(VELMOOR_CONVERT_NAME, text));
+    printLine(stderr, QString("Try '%1 --help' for more information.").arg(VELMOOR_CONVERT_NAME));
     return 2;
 }
 
@@ -70,7 +70,7 @@ QString duplicateOutput(const QList<cli::Job>& jobs) {
 
 int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(cli::ProgramName);
+    QCoreApplication::setApplicationName(VELMOOR_CONVERT_NAME);
 
     const cli::CommandLine commandLine = cli::parseCommandLine(QCoreApplication::arguments());
     switch (commandLine.action) {
@@ -81,7 +81,7 @@ int main(int argc, char* argv[]) {
         return 0;
     case cli::CommandLine::Version:
         printLine(stdout, QString("%1 %2 (converter %3)")
-                              .arg(cli::ProgramName, cli::ProgramVersion, cli::ConverterVersion));
+                              .arg(VELMOOR_CONVERT_NAME, VELMOOR_PROGRAM_VERSION, VELMOOR_CONVERTER_VERSION));
         return 0;
     case cli::CommandLine::Info:
         return printInfo(commandLine);

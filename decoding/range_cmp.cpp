@@ -2,13 +2,14 @@
 
 #include "decoding/byte_order.h"
 #include "decoding/range_decoders.h"
+#include "gnss/constants.h"
 
 namespace decoding {
 
 namespace {
 
 constexpr uint32_t kRangeCmpRecordSize = 24;
-constexpr double kSpeedOfLight = 299792458.0;
+using gnss::kSpeedOfLight;
 // The 32-bit phase field at 1/256 cycle wraps every 2^24 cycles; the pseudorange fixes the
 // whole multiple of 2^23 cycles.
 constexpr double kPhaseRollover = 8388608.0;

@@ -1,5 +1,6 @@
 #include "decoding/byte_order.h"
 #include "decoding/range_decoders.h"
+#include "gnss/constants.h"
 
 namespace decoding {
 
@@ -7,7 +8,7 @@ namespace {
 
 constexpr uint32_t kSatelliteBlockSize = 14;
 constexpr uint32_t kSignalBlockSize = 16;
-constexpr double kSpeedOfLight = 299792458.0;
+using gnss::kSpeedOfLight;
 
 constexpr float kPseudorangeStd[16] = {0.02f,  0.03f,  0.045f, 0.066f, 0.099f, 0.148f, 0.22f,  0.329f,
                                        0.491f, 0.732f, 1.092f, 1.629f, 2.43f,  3.625f, 5.409f, 9.999f};

@@ -1,8 +1,12 @@
 #include "decoding/signal_table.h"
 
+#include "gnss/constants.h"
+
 namespace decoding {
 
 namespace {
+
+using namespace gnss;
 
 // Packed code: system in the high byte, row within the system's table in the low byte.
 constexpr uint32_t pack(uint32_t system, uint32_t row) {
@@ -11,66 +15,66 @@ constexpr uint32_t pack(uint32_t system, uint32_t row) {
 
 // Row order matters: duplicate signal types are resolved by search direction.
 const SignalInfo kGpsSignals[] = {
-    {0, 1, 0, pack(0, 0), "1C", "L1(C/A)", 1575420000u, 0},
-    {5, 255, 1, pack(0, 1), "2P", "L2(P)", 1227600000u, 0},
-    {9, 4, 1, pack(0, 2), "2W", "L2(Z)", 1227600000u, 0},
-    {14, 7, 2, pack(0, 3), "5Q", "L5(Q)", 1176450000u, 0},
-    {16, 15, 0, pack(0, 4), "1L", "L1(CP)", 1575420000u, 0},
-    {17, 5, 1, pack(0, 5), "2S", "L2(CM)", 1227600000u, 0},
-    {3, 255, 0, pack(0, 6), "1L", "L1(CP)", 1575420000u, 0},
-    {6, 255, 2, pack(0, 7), "5Q", "L5(Q)", 1176450000u, 0},
-    {11, 255, 0, pack(0, 8), "1S", "L1(CD)", 1575420000u, 0},
+    {0, 1, 0, pack(0, 0), "1C", "L1(C/A)", kFrequencyL1, 0},
+    {5, 255, 1, pack(0, 1), "2P", "L2(P)", kFrequencyL2, 0},
+    {9, 4, 1, pack(0, 2), "2W", "L2(Z)", kFrequencyL2, 0},
+    {14, 7, 2, pack(0, 3), "5Q", "L5(Q)", kFrequencyL5, 0},
+    {16, 15, 0, pack(0, 4), "1L", "L1(CP)", kFrequencyL1, 0},
+    {17, 5, 1, pack(0, 5), "2S", "L2(CM)", kFrequencyL2, 0},
+    {3, 255, 0, pack(0, 6), "1L", "L1(CP)", kFrequencyL1, 0},
+    {6, 255, 2, pack(0, 7), "5Q", "L5(Q)", kFrequencyL5, 0},
+    {11, 255, 0, pack(0, 8), "1S", "L1(CD)", kFrequencyL1, 0},
 };
 
 const SignalInfo kGlonassSignals[] = {
-    {0, 1, 0, pack(1, 0), "1C", "G1(C/A)", 1602000000u, 0},
-    {1, 3, 1, pack(1, 1), "2C", "G2(C/A)", 1246000000u, 0},
-    {5, 4, 1, pack(1, 2), "2P", "G2(P)", 1246000000u, 0},
-    {6, 6, 2, pack(1, 3), "3Q", "G3(Q)", 1202025000u, 0},
-    {5, 4, 1, pack(1, 4), "2C", "G2(C/A)", 1246000000u, 0},
+    {0, 1, 0, pack(1, 0), "1C", "G1(C/A)", kFrequencyG1, 0},
+    {1, 3, 1, pack(1, 1), "2C", "G2(C/A)", kFrequencyG2, 0},
+    {5, 4, 1, pack(1, 2), "2P", "G2(P)", kFrequencyG2, 0},
+    {6, 6, 2, pack(1, 3), "3Q", "G3(Q)", kFrequencyG3, 0},
+    {5, 4, 1, pack(1, 4), "2C", "G2(C/A)", kFrequencyG2, 0},
 };
 
 const SignalInfo kSbasSignals[] = {
-    {0, 1, 255, pack(2, 0), "1C", "L1(C/A)", 1575420000u, 0},
-    {6, 2, 255, pack(2, 1), "5I", "L5(I)", 1176450000u, 0},
+    {0, 1, 255, pack(2, 0), "1C", "L1(C/A)", kFrequencyL1, 0},
+    {6, 2, 255, pack(2, 1), "5I", "L5(I)", kFrequencyL5, 0},
 };
 
 const SignalInfo kGalileoSignals[] = {
-    {2, 1, 0, pack(3, 0), "1C", "E1(C)", 1575420000u, 0},
-    {6, 12, 4, pack(3, 1), "6B", "E6(B)", 1278750000u, 0},
-    {7, 5, 4, pack(3, 2), "6C", "E6(C)", 1278750000u, 0},
-    {12, 2, 1, pack(3, 3), "5Q", "E5a(Q)", 1176450000u, 0},
-    {17, 3, 2, pack(3, 4), "7Q", "E5b(Q)", 1207140000u, 0},
-    {20, 4, 3, pack(3, 5), "8Q", "E5(Q)", 1191795000u, 0},
-    {1, 255, 0, pack(3, 6), "1B", "E1(B)", 1575420000u, 0},
+    {2, 1, 0, pack(3, 0), "1C", "E1(C)", kFrequencyL1, 0},
+    {6, 12, 4, pack(3, 1), "6B", "E6(B)", kFrequencyE6, 0},
+    {7, 5, 4, pack(3, 2), "6C", "E6(C)", kFrequencyE6, 0},
+    {12, 2, 1, pack(3, 3), "5Q", "E5a(Q)", kFrequencyL5, 0},
+    {17, 3, 2, pack(3, 4), "7Q", "E5b(Q)", kFrequencyE5b, 0},
+    {20, 4, 3, pack(3, 5), "8Q", "E5(Q)", kFrequencyE5, 0},
+    {1, 255, 0, pack(3, 6), "1B", "E1(B)", kFrequencyL1, 0},
 };
 
 const SignalInfo kBeidouSignals[] = {
-    {0, 1, 0, pack(4, 0), "2I", "B1(I)", 1561098000u, 0},
-    {1, 3, 1, pack(4, 1), "7I", "B2(I)", 1207140000u, 0},
-    {2, 13, 2, pack(4, 2), "6I", "B3(I)", 1268520000u, 0},
-    {4, 2, 0, pack(4, 3), "2I", "B1(I)", 1561098000u, 0},
-    {5, 4, 1, pack(4, 4), "7I", "B2(I)", 1207140000u, 0},
-    {6, 14, 2, pack(4, 5), "6I", "B3(I)", 1268520000u, 0},
-    {6, 16, 2, pack(4, 6), "6I", "B3(I)", 1268520000u, 0},
-    {7, 19, 255, pack(4, 7), "1P", "B1C(P)", 1575420000u, 0},
-    {9, 20, 255, pack(4, 8), "5P", "B2A(P)", 1176450000u, 0},
-    {8, 19, 255, pack(4, 9), "1P", "B1C(P)", 1575420000u, 0},
-    {12, 20, 255, pack(4, 10), "5P", "B2A(P)", 1176450000u, 0},
-    {17, 3, 1, pack(4, 11), "7I", "B2(I)", 1207140000u, 0},
-    {21, 13, 2, pack(4, 12), "6I", "B3(I)", 1268520000u, 0},
+    {0, 1, 0, pack(4, 0), "2I", "B1(I)", kFrequencyB1, 0},
+    {1, 3, 1, pack(4, 1), "7I", "B2(I)", kFrequencyE5b, 0},
+    {2, 13, 2, pack(4, 2), "6I", "B3(I)", kFrequencyB3, 0},
+    {4, 2, 0, pack(4, 3), "2I", "B1(I)", kFrequencyB1, 0},
+    {5, 4, 1, pack(4, 4), "7I", "B2(I)", kFrequencyE5b, 0},
+    {6, 14, 2, pack(4, 5), "6I", "B3(I)", kFrequencyB3, 0},
+    {6, 16, 2, pack(4, 6), "6I", "B3(I)", kFrequencyB3, 0},
+    {7, 19, 255, pack(4, 7), "1P", "B1C(P)", kFrequencyL1, 0},
+    {9, 20, 255, pack(4, 8), "5P", "B2A(P)", kFrequencyL5, 0},
+    {8, 19, 255, pack(4, 9), "1P", "B1C(P)", kFrequencyL1, 0},
+    {12, 20, 255, pack(4, 10), "5P", "B2A(P)", kFrequencyL5, 0},
+    {17, 3, 1, pack(4, 11), "7I", "B2(I)", kFrequencyE5b, 0},
+    {21, 13, 2, pack(4, 12), "6I", "B3(I)", kFrequencyB3, 0},
 };
 
 const SignalInfo kQzssSignals[] = {
-    {0, 1, 0, pack(5, 0), "1C", "L1(C/A)", 1575420000u, 0},
-    {14, 4, 2, pack(5, 1), "5Q", "L5(Q)", 1176450000u, 0},
-    {16, 8, 0, pack(5, 2), "1L", "L1(CP)", 1575420000u, 0},
-    {17, 3, 1, pack(5, 3), "2S", "L2(CM)", 1227600000u, 0},
-    {27, 11, 3, pack(5, 4), "6L", "L6(P)", 1278750000u, 0},
+    {0, 1, 0, pack(5, 0), "1C", "L1(C/A)", kFrequencyL1, 0},
+    {14, 4, 2, pack(5, 1), "5Q", "L5(Q)", kFrequencyL5, 0},
+    {16, 8, 0, pack(5, 2), "1L", "L1(CP)", kFrequencyL1, 0},
+    {17, 3, 1, pack(5, 3), "2S", "L2(CM)", kFrequencyL2, 0},
+    {27, 11, 3, pack(5, 4), "6L", "L6(P)", kFrequencyE6, 0},
 };
 
 const SignalInfo kNavicSignals[] = {
-    {0, 1, 2, pack(6, 0), "5A", "L5(ASPS)", 1176450000u, 0},
+    {0, 1, 2, pack(6, 0), "5A", "L5(ASPS)", kFrequencyL5, 0},
 };
 
 template <typename T, int N> constexpr int32_t rows(const T (&)[N]) {
@@ -78,13 +82,13 @@ template <typename T, int N> constexpr int32_t rows(const T (&)[N]) {
 }
 
 const SatSystemInfo kSystems[] = {
-    {'G', 1575420000.0, 1, 0, kGpsSignals, rows(kGpsSignals)},
-    {'R', 1602000000.0, 38, -7, kGlonassSignals, rows(kGlonassSignals)},
-    {'S', 1575420000.0, 120, 0, kSbasSignals, rows(kSbasSignals)},
-    {'E', 1575420000.0, 1, 0, kGalileoSignals, rows(kGalileoSignals)},
-    {'C', 1561098000.0, 161, 0, kBeidouSignals, rows(kBeidouSignals)},
-    {'J', 1575420000.0, 193, 0, kQzssSignals, rows(kQzssSignals)},
-    {'I', 1176450000.0, 1, 0, kNavicSignals, rows(kNavicSignals)},
+    {'G', kFrequencyL1, 1, 0, kGpsSignals, rows(kGpsSignals)},
+    {'R', kFrequencyG1, 38, -7, kGlonassSignals, rows(kGlonassSignals)},
+    {'S', kFrequencyL1, 120, 0, kSbasSignals, rows(kSbasSignals)},
+    {'E', kFrequencyL1, 1, 0, kGalileoSignals, rows(kGalileoSignals)},
+    {'C', kFrequencyB1, 161, 0, kBeidouSignals, rows(kBeidouSignals)},
+    {'J', kFrequencyL1, 193, 0, kQzssSignals, rows(kQzssSignals)},
+    {'I', kFrequencyL5, 1, 0, kNavicSignals, rows(kNavicSignals)},
 };
 
 template <typename Match>
@@ -118,8 +122,8 @@ const SignalInfo* findSignalByCompressedCode(const SatSystemInfo& system, uint32
 }
 
 double glonassAdjustedFrequency(uint32_t base, int k) {
-    if (base == 1602000000u) return 1602000000.0 + k * 562500.0;
-    if (base == 1246000000u) return 1246000000.0 + k * 437500.0;
+    if (base == gnss::kFrequencyG1) return gnss::kFrequencyG1 + k * gnss::kChannelStepG1;
+    if (base == gnss::kFrequencyG2) return gnss::kFrequencyG2 + k * gnss::kChannelStepG2;
     return base;
 }
 

@@ -2,7 +2,7 @@
 # Builds the fuzz targets (clang, libFuzzer, AddressSanitizer, UndefinedBehaviorSanitizer)
 # and runs each for SECONDS, one process each, one after another.
 #
-#   fuzz/run.sh [SECONDS] [TARGET...]     default: 60 s, targets stream writer header
+#   fuzz/run.sh [SECONDS] [TARGET...]     default: 60 s, targets stream writer header compact_rinex
 #
 # Build and corpora live in build-fuzz/ (FUZZ_BUILD_DIR overrides): seeds/<target> are made
 # from the bundled sample and the test streams, corpus/<target> keeps what the fuzzer finds
@@ -13,18 +13,30 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-60}
 shift || true
 targets=("$@")
-[ ${#targets[@]} -eq 0 ] && targets=(stream writer header)
+[ ${#targets[@]} -eq 0 ] && targets=(stream writer header compact_rinex)
 build=${FUZZ_BUILD_DIR:-$root/build-fuzz}
 
 cmake -S "$root" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DVELMOOR_FUZZ=ON -DVELMOOR_TESTS=OFF >/dev/null
-build_targets=(fuzz_make_seeds)
+# The board targets share seeds cut from the receiver data files; compact_rinex has its own.
+board=0
+for t in "${targets[@]}"; do [ "$t" != compact_rinex ] && board=1; done
+build_targets=()
+[ $board -eq 1 ] && build_targets+=(fuzz_make_seeds)
 for t in "${targets[@]}"; do build_targets+=("${t}_fuzzer"); done
 cmake --build "$build" -j "${FUZZ_BUILD_JOBS:-2}" --target "${build_targets[@]}"
 
-if [ ! -d "$build/seeds" ]; then
+if [ $board -eq 1 ] && [ ! -d "$build/seeds/stream" ]; then
     mkdir -p "$build/seeds/stream" "$build/seeds/writer" "$build/seeds/header"
     "$build/fuzz/fuzz_make_seeds" "$build/seeds" "$root/samples/cebr-sample.dat" "$root"/tests/data/streams/*.dat
+fi
+
+if [ ! -d "$build/seeds/compact_rinex" ]; then
+    # The first 8000 bytes of each RINEX observation file of the test data.
+    mkdir -p "$build/seeds/compact_rinex"
+    for f in "$root"/tests/data/rinex/*MO.rnx* "$root"/tests/data/rinex/*-obs.rnx; do
+        zcat -f "$f" | head -c 8000 >"$build/seeds/compact_rinex/$(basename "$f" .gz)" || true # zcat stops early
+    done
 fi
 
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
@@ -39,6 +51,7 @@ for t in "${targets[@]}"; do
         stream) options+=(-max_len=20000) ;;
         writer) options+=(-max_len=16384) ;;
         header) options+=(-max_len=2048) ;;
+        compact_rinex) options+=(-max_len=16384) ;;
     esac
     regressions=("$root"/fuzz/regressions/"$t"/*)
     if [ -e "${regressions[0]}" ]; then

@@ -21,6 +21,10 @@ std::string runWriterAs(const uint8_t* data, size_t size, const char* version, b
 // Both file-header parsers on the input, then the options they give applied to a writer.
 std::string runHeader(const uint8_t* data, size_t size);
 
+// The Compact RINEX encoder on the input as a plain observation file; when it accepts it,
+// the output must be clean and expand (with the tests' expander) back to the input.
+std::string runCompactRinex(const uint8_t* data, size_t size);
+
 // A broken invariant, thrown from deep inside a run and returned by the run's function.
 struct Broken {
     std::string what;

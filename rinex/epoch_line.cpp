@@ -14,7 +14,7 @@ void putTwoDigits(char* p, int v) {
 
 } // namespace
 
-int formatEpochLine(char* line, int capacity, const CalendarTime& c, int second, int millisecond,
+int formatEpochLine(char* line, int capacity, const gnss::CalendarTime& c, int second, int millisecond,
                     int satellites) {
     const auto twoDigits = [](int v) { return v >= 0 && v <= 99; };
     if (!(c.year >= 0 && c.year <= 9999 && twoDigits(c.month) && twoDigits(c.day) && twoDigits(c.hour) &&

@@ -7,48 +7,17 @@
 #include <cstdio>
 #include <cstring>
 
+#include "gnss/constants.h"
+#include "gnss/gps_calendar.h"
 #include "rinex/number_format.h"
 #include "rinex/rinex4_navigation.h"
+#include "velmoor/versions.h"
 
 namespace rinex {
 
 namespace {
 
 constexpr int kLineCapacity = 160;
-constexpr char kConverterVersion[] = "1.9.2012.9";
-
-struct Calendar {
-    int year, month, day, hour, minute, second;
-};
-
-// GPS week and milliseconds of week to a calendar date, without leap seconds. The
-// milliseconds may lie outside the week (GLONASS epochs shifted by the leap seconds).
-Calendar gpsCalendar(qint64 week, qint64 milliseconds) {
-    const qint64 total = week * 604800000LL + milliseconds;
-    qint64 seconds = total >= 0 ? total / 1000 : -((-total + 999) / 1000);
-    qint64 days = seconds >= 0 ? seconds / 86400 : -((-seconds + 86399) / 86400);
-    qint64 secondOfDay = seconds - days * 86400;
-
-    // Days from 1970-01-01; the GPS origin 1980-01-06 is day 3657.
-    qint64 z = days + 3657 + 719468;
-    const qint64 era = (z >= 0 ? z : z - 146096) / 146097;
-    const qint64 doe = z - era * 146097;
-    const qint64 yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const qint64 doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const qint64 mp = (5 * doy + 2) / 153;
-    const qint64 d = doy - (153 * mp + 2) / 5 + 1;
-    const qint64 m = mp < 10 ? mp + 3 : mp - 9;
-    const qint64 y = yoe + era * 400 + (m <= 2 ? 1 : 0);
-
-    Calendar c;
-    c.year = static_cast<int>(y);
-    c.month = static_cast<int>(m);
-    c.day = static_cast<int>(d);
-    c.hour = static_cast<int>(secondOfDay / 3600);
-    c.minute = static_cast<int>(secondOfDay % 3600 / 60);
-    c.second = static_cast<int>(secondOfDay % 60);
-    return c;
-}
 
 qint64 roundedMilliseconds(double seconds) {
     return static_cast<qint64>(std::llround(seconds * 1000.0));
@@ -89,8 +58,8 @@ void putTwoDigits(char* p, int v) {
 }
 
 // "X%02d %04d %02d %02d %02d %02d %02d" and three values.
-void appendFirstLine(RecordText& record, char system, int satellite, const Calendar& c, double v0, double v1,
-                     double v2) {
+void appendFirstLine(RecordText& record, char system, int satellite, const gnss::CalendarTime& c, double v0,
+                     double v1, double v2) {
     char line[kLineCapacity];
     int n;
     const auto twoDigits = [](int v) { return v >= 0 && v <= 99; };
@@ -209,7 +178,7 @@ qint64 writeGalileoRecord(QIODevice* file, QMap<quint32, double>& lastToe, const
     const auto last = lastToe.constFind(r.satellite);
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
     if (!plausibleEpoch(r.week, r.toc)) return 0;
-    const Calendar c = gpsCalendar(r.week, roundedMilliseconds(r.toc));
+    const gnss::CalendarTime c = gnss::gpsCalendar(r.week, roundedMilliseconds(r.toc));
     RecordText record;
     // Bit 1 of the data sources marks F/NAV, bits 0 and 2 I/NAV.
     appendLeadLine(record, version, 'E', static_cast<int>(r.satellite),
@@ -232,9 +201,10 @@ qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const 
     if (!isOpen(file)) return 0;
     const auto last = lastToe.constFind(r.satellite);
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
-    if (!plausibleEpoch(r.week + 1356, r.toc)) return 0;
-    // BeiDou week 0 is GPS week 1356: this gives the calendar of BeiDou time.
-    const Calendar c = gpsCalendar(r.week + 1356, roundedMilliseconds(r.toc));
+    const qint64 week = r.week + gnss::kBeidouWeekOffset;
+    if (!plausibleEpoch(week, r.toc)) return 0;
+    // BeiDou week 0 began in GPS week 1356: this gives the calendar of BeiDou time.
+    const gnss::CalendarTime c = gnss::gpsCalendar(week, roundedMilliseconds(r.toc));
     RecordText record;
     appendLeadLine(record, version, 'C', static_cast<int>(r.satellite), beidouMessageType(r.satellite));
     appendFirstLine(record, 'C', static_cast<int>(r.satellite), c, r.a0, r.a1, r.a2);
@@ -300,7 +270,7 @@ qint64 reserveNavigationHeader(QIODevice* file, const char* systemText) {
     char line[kLineCapacity];
     qint64 bytes = 0;
     file->seek(0);
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < kNavigationReservedLines; ++i) {
         const int n = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "COMMENT");
         bytes += writeLine(file, line, n);
     }
@@ -315,7 +285,7 @@ qint64 reserveNavigationHeader(QIODevice* file, const char* systemText) {
 }
 
 bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInfo& info) {
-    if (!isOpen(file) || file->size() < 246) return false;
+    if (!isOpen(file) || file->size() < 3 * kHeaderLineBytes) return false;
     if (info.version == Version::V400) return writeNavigationHeader400(file, kind, info);
     file->seek(0);
 
@@ -343,14 +313,14 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
         break;
     case 'G':
         // From 3.05 on a GLONASS-only file carries no LEAP SECONDS.
-        if (info.leapSeconds != 99 && !atLeast305(info.version)) {
+        if (info.leapSeconds != kUnknownLeapSeconds && !atLeast305(info.version)) {
             n = std::snprintf(line, sizeof line, "%6d%54s%-20s\r\n", -info.leapSeconds, "", "LEAP SECONDS");
             writeLine(file, line, n);
         }
         break;
     case 'P': // the mixed file: GPS ionosphere and leap seconds
         writeIonosphereHeader(file, "GPSA", "GPSB", "GPS", info.first, info.latest);
-        if (!info.first.valid && info.leapSeconds != 99) {
+        if (!info.first.valid && info.leapSeconds != kUnknownLeapSeconds) {
             n = std::snprintf(line, sizeof line, "%6d%54s%-20s\r\n", -info.leapSeconds, "", "LEAP SECONDS");
             writeLine(file, line, n);
         }
@@ -359,7 +329,8 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
         break;
     }
 
-    n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", kConverterVersion, "COMMENT");
+    n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", VELMOOR_CONVERTER_VERSION,
+                      "COMMENT");
     writeLine(file, line, n);
     file->seek(file->size());
     return true;
@@ -382,7 +353,7 @@ qint64 NavigationWriter::writeGps(QIODevice* file, const decoding::GpsEphemeris&
     if (eph.iode1 != eph.iode2) return 0;
     if (!plausibleEpoch(eph.week, eph.toe)) return 0;
 
-    const Calendar c = gpsCalendar(eph.week, roundedMilliseconds(eph.toe));
+    const gnss::CalendarTime c = gnss::gpsCalendar(eph.week, roundedMilliseconds(eph.toe));
     RecordText record;
     appendLeadLine(record, version_, 'G', static_cast<int>(eph.satellite), "LNAV");
     appendFirstLine(record, 'G', static_cast<int>(eph.satellite), c, eph.af0, eph.af1, eph.af2);
@@ -406,14 +377,20 @@ qint64 NavigationWriter::writeGlonass(QIODevice* file, const decoding::GlonassEp
     if (last != glonassTime_.constEnd() && last.value() == eph.referenceTime) return 0;
 
     // GLONASS time runs 3 h ahead of UTC; the offset to GPS time holds the leap seconds.
-    if (leapSeconds == 99 && eph.timeOffset >= 10702 && eph.timeOffset <= 10799)
-        leapSeconds = static_cast<qint32>(eph.timeOffset) - 10800;
+    // Only offsets that give 1 to 98 leap seconds are believed.
+    if (leapSeconds == kUnknownLeapSeconds && eph.timeOffset >= 10702 && eph.timeOffset <= 10799)
+        leapSeconds = static_cast<qint32>(eph.timeOffset) - gnss::kGlonassSecondsAheadOfUtc;
 
-    const Calendar c = gpsCalendar(eph.week, static_cast<qint64>(eph.referenceTime) + leapSeconds * 1000LL);
-    // The leap seconds go into the millisecond count unscaled here: kept as the
-    // converter always wrote it.
+    const gnss::CalendarTime c =
+        gnss::gpsCalendar(eph.week, static_cast<qint64>(eph.referenceTime) + leapSeconds * 1000LL);
+    // Message frame time: the record's day in seconds plus tk, which counts in Moscow time
+    // (UTC + 3 h). The day comes from the reference time plus the leap seconds taken as
+    // milliseconds, not seconds, in 32-bit unsigned arithmetic. That is the rule of this
+    // field in the files the writer makes, and their readers (tools/rinex_input) undo it
+    // the same way, so it stays; it gives another day than UTC only in the leap seconds
+    // around midnight.
     const uint32_t day = (static_cast<uint32_t>(leapSeconds) + eph.referenceTime) / 86400000u;
-    const double frameTime = day * 86400.0 + eph.tk - 10800.0;
+    const double frameTime = day * 86400.0 + eph.tk - double(gnss::kGlonassSecondsAheadOfUtc);
 
     RecordText record;
     appendLeadLine(record, version_, 'R', static_cast<int>(eph.slot) - 37, "FDMA");
@@ -482,8 +459,8 @@ qint64 NavigationWriter::writeBeidou(QIODevice* file, const decoding::BeidouEphe
     r.sqrtA = eph.sqrtA;
     r.accuracy = eph.ura;
     // BeiDou time runs 14 s behind GPS time.
-    double transmission = eph.header.milliseconds / 1000.0 - 14.0;
-    if (transmission < 0) transmission += 604800.0;
+    double transmission = eph.header.milliseconds / 1000.0 - gnss::kBeidouSecondsBehindGps;
+    if (transmission < 0) transmission += double(gnss::kSecondsPerWeek);
     r.transmission = transmission;
     qint64 bytes = writeBeidouRecord(file, beidouToe_, r, version_);
     if (bytes > 0 && beidouIonoUtc_.pending) bytes += flushIonoUtc(file, 'C');

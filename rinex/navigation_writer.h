@@ -11,6 +11,7 @@
 #include "decoding/gps_ephemeris.h"
 #include "decoding/iono_utc.h"
 #include "rinex/rinex_version.h"
+#include "rinex/special_values.h"
 
 class QIODevice;
 
@@ -36,15 +37,15 @@ struct NavigationHeaderInfo {
     IonoUtcSlot latest; // and the latest
     IonoUtcSlot beidouFirst;
     IonoUtcSlot beidouLatest;
-    qint32 leapSeconds = 99; // 99 = unknown
+    qint32 leapSeconds = kUnknownLeapSeconds;
 };
 
-// Writes the reserved header of a navigation file at open: 8 blank COMMENT lines, END OF
-// HEADER, and the system text at byte 40. Returns the bytes written.
+// Writes the reserved header of a navigation file at open: kNavigationReservedLines blank
+// COMMENT lines, END OF HEADER, and the system text at byte 40. Returns the bytes written.
 qint64 reserveNavigationHeader(QIODevice* file, const char* systemText);
 
 // Writes the final header over the reservation; kind is the file name's last letter.
-// Does nothing (false) when the file is shorter than 246 bytes.
+// Does nothing (false) when the file is shorter than three header lines.
 bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInfo& info);
 
 // Navigation records of one conversion; remembers per system and satellite the reference
@@ -57,7 +58,7 @@ public:
 
     // Each returns the bytes written, 0 when the record is skipped or the file is not open.
     qint64 writeGps(QIODevice* file, const decoding::GpsEphemeris& eph);
-    // Sets leapSeconds from the record when it is unknown (99).
+    // Sets leapSeconds from the record when they are unknown (kUnknownLeapSeconds).
     qint64 writeGlonass(QIODevice* file, const decoding::GlonassEphemeris& eph, qint32& leapSeconds);
     qint64 writeBd2(QIODevice* file, const decoding::Bd2Ephemeris& eph);
     qint64 writeBeidou(QIODevice* file, const decoding::BeidouEphemeris& eph);

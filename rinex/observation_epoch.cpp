@@ -12,7 +12,6 @@
 #include <cstring>
 
 #include "rinex/epoch_line.h"
-#include "rinex/gps_calendar.h"
 #include "rinex/number_format.h"
 
 namespace {
@@ -221,7 +220,7 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
 }
 
 qint64 Rinex3xx::writeEpoch() {
-    const qint64 t = rinex::gpsMilliseconds(epoch_.week, epoch_.milliseconds);
+    const qint64 t = gnss::gpsMilliseconds(epoch_.week, epoch_.milliseconds);
     if (t != lastEpoch_) {
         if (firstEpoch_ == 0) firstEpoch_ = t;
         if (lastEpoch_ != 0) {
@@ -241,7 +240,7 @@ qint64 Rinex3xx::writeEpoch() {
 
     // The lines go to the epoch block, which reaches the file in large writes: a device
     // write per line cost about as much as formatting the line. The file's bytes are the same.
-    const rinex::CalendarTime c = rinex::calendarFromMilliseconds(t);
+    const gnss::CalendarTime c = gnss::calendarFromMilliseconds(t);
     if (epochBlockUsed_ + kLineCapacity > kEpochBlockCapacity) flushEpochs();
     const int n = rinex::formatEpochLine(epochBlock_.data() + epochBlockUsed_, kLineCapacity, c,
                                          int(epoch_.milliseconds / 1000 % 60),

@@ -7,21 +7,24 @@
 #include <cstdio>
 #include <cstring>
 
-#include "rinex/gps_calendar.h"
+#include "gnss/constants.h"
+#include "gnss/gps_calendar.h"
+#include "velmoor/versions.h"
 
 namespace {
 
-constexpr int kLineBytes = 82;
+constexpr int kLineBytes = rinex::kHeaderLineBytes;
 // Header lines end before the reserved END OF HEADER line, which must stay intact.
-constexpr qint64 kHeaderSpace = 64 * kLineBytes;
+constexpr qint64 kHeaderSpace = rinex::kObservationReservedLines * kLineBytes;
+// A file shorter than this was not made by open (or lost its reservation): no header.
 constexpr qint64 kMinimumReservation = 16 * kLineBytes;
 constexpr int kHeaderLineCapacity = 128;
 constexpr int kTypesPerLine = 13;
 constexpr int kSlotsPerLine = 8;
 
-constexpr double kDegrees = 0.017453292519943295;
-constexpr double kWgs84A = 6378137.0;
-constexpr double kWgs84E2 = 0.0066943799901413165;
+constexpr double kDegrees = gnss::kDegree;
+constexpr double kWgs84A = gnss::kWgs84SemiMajorAxis;
+constexpr double kWgs84E2 = gnss::kWgs84EccentricitySquared;
 
 void geodeticToXyz(double latitude, double longitude, double height, double& x, double& y, double& z) {
     const double phi = latitude * kDegrees;
@@ -172,7 +175,7 @@ bool Rinex3xx::writeObservationHeader() {
         height = userHeight_;
     }
     height -= antennaDeltaH_;
-    const bool antennaHeightGiven = antennaHeight_ != 1e300;
+    const bool antennaHeightGiven = antennaHeight_ != rinex::kNoValue;
     if (antennaHeightGiven) height -= antennaHeight_;
     double x = 0, y = 0, z = 0;
     geodeticToXyz(latitude, longitude, height, x, y, z);
@@ -217,11 +220,11 @@ bool Rinex3xx::writeObservationHeader() {
     writeObsTypes(signalMap);
 
     writeHeaderLine("%10.3f%50s%-20s\r\n", interval_ * 0.001, "", "INTERVAL");
-    const rinex::CalendarTime first = rinex::calendarFromMilliseconds(firstEpoch_ / 1000 * 1000);
+    const gnss::CalendarTime first = gnss::calendarFromMilliseconds(firstEpoch_ / 1000 * 1000);
     writeHeaderLine("%6d%6d%6d%6d%6d%13.7f     GPS%9s%-20s\r\n", first.year, first.month, first.day,
                     first.hour, first.minute, first.second + (firstEpoch_ % 1000) * 0.001, "",
                     "TIME OF FIRST OBS");
-    const rinex::CalendarTime last = rinex::calendarFromMilliseconds(lastEpoch_ / 1000 * 1000);
+    const gnss::CalendarTime last = gnss::calendarFromMilliseconds(lastEpoch_ / 1000 * 1000);
     writeHeaderLine("%6d%6d%6d%6d%6d%13.7f     GPS%9s%-20s\r\n", last.year, last.month, last.day, last.hour,
                     last.minute, last.second + (lastEpoch_ % 1000) * 0.001, "", "TIME OF LAST OBS");
 
@@ -255,19 +258,19 @@ bool Rinex3xx::writeObservationHeader() {
     // Wide enough for any value the stream may carry; a value that does not fit the
     // six-character field leaves the line out.
     qint64 leap = leapSeconds_;
-    if (leap == 99) {
+    if (leap == rinex::kUnknownLeapSeconds) {
         if (haveUtc_)
             leap = -qint64(qint32(firstUtc_.leapSeconds));
         else if (haveTime_ && std::fabs(time_.utcOffset) < 1e6)
             leap = std::llround(time_.utcOffset);
     }
-    if (leap != 99 && -leap >= -99999 && -leap <= 999999)
+    if (leap != rinex::kUnknownLeapSeconds && -leap >= -99999 && -leap <= 999999)
         writeHeaderLine("%6d%54s%-20s\r\n", int(-leap), "", "LEAP SECONDS");
 
-    writeHeaderLine("CONVERTER VERSION = %-40s%-20s\r\n", "1.9.2012.9", "COMMENT");
+    writeHeaderLine("CONVERTER VERSION = %-40s%-20s\r\n", VELMOOR_CONVERTER_VERSION, "COMMENT");
 
     // The user's comments fill what is left of the reserved COMMENT lines.
-    const qint64 room = 64 - file.pos() / kLineBytes;
+    const qint64 room = rinex::kObservationReservedLines - file.pos() / kLineBytes;
     for (int i = 0; i < comments_.size() && i < room; ++i)
         writeHeaderBytes(comments_[i].constData(), comments_[i].size());
 

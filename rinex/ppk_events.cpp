@@ -52,7 +52,7 @@ struct SentenceFields {
 } // namespace
 
 qint64 Rinex3xx::handleTextLine(const char* text, quint32 length) {
-    if (ppkMode_ == 1 || !open_ || text == nullptr) return 0;
+    if (ppkMode_ == rinex::PpkNone || !open_ || text == nullptr) return 0;
     if (length <= 15 || length >= quint32(kSentenceCapacity) || text[0] != '$') return 0;
 
     SentenceFields s;

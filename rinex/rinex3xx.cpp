@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr int kReservedCommentLines = 64;
-
 // The five output files, in opening order, with the last letter of each name.
 constexpr char kFileLetters[] = {'O', 'C', 'L', 'N', 'G'};
 // System text stamped at byte 40 of each navigation file's reservation.
@@ -140,7 +138,7 @@ bool Rinex3xx::setSignalSearchMode(quint32 mode) {
 }
 
 bool Rinex3xx::setPpkMode(int mode) {
-    if (open_ || mode < 1 || mode > 3) return false;
+    if (open_ || mode < rinex::PpkNone || mode > rinex::PpkMix) return false;
     ppkMode_ = mode;
     return true;
 }
@@ -156,7 +154,7 @@ bool Rinex3xx::setPresetSignals(const QMap<char, QList<QByteArray>>& signalCodes
             for (const SignalColumn& c : columns)
                 known = known || (c.code[0] == code[0] && c.code[1] == code[1]);
             if (known) continue;
-            SignalColumn column{{code[0], code[1], 0}, columns.size(), 0};
+            SignalColumn column{{code[0], code[1], 0}, int(columns.size()), 0};
             columns.append(column);
         }
     }
@@ -204,7 +202,7 @@ qint64 Rinex3xx::open(const QString& path) {
     haveUtc_ = false;
     firstUtc_ = decoding::IonoUtcParameters{};
     latestUtc_ = decoding::IonoUtcParameters{};
-    leapSeconds_ = 99;
+    leapSeconds_ = rinex::kUnknownLeapSeconds;
     glonassSlots_.clear();
     signalMap_ = presetSignals_;
     signalMap_.detach(); // the epoch writer changes it; detach now, not on the first epoch
@@ -240,7 +238,7 @@ qint64 Rinex3xx::open(const QString& path) {
     char line[96];
     QFile& obs = files_[FileObservation];
     const int n = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "COMMENT");
-    for (int i = 0; i < kReservedCommentLines; ++i)
+    for (int i = 0; i < rinex::kObservationReservedLines; ++i)
         total += writeLine(obs, line, n);
     const int end = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "END OF HEADER");
     total += writeLine(obs, line, end);
@@ -458,7 +456,7 @@ qint64 Rinex3xx::handleObservationLog(const uint8_t* frame, const decoding::LogH
     epoch_.week = qint16(header.week);
     epoch_.milliseconds = header.milliseconds;
 
-    if (ppkMode_ == 1 || (ppkMode_ == 3 && !markerInProgress_)) return writeEpoch();
+    if (ppkMode_ == rinex::PpkNone || (ppkMode_ == rinex::PpkMix && !markerInProgress_)) return writeEpoch();
     return 0;
 }
 

@@ -14,7 +14,10 @@
 #include "decoding/iono_utc.h"
 #include "decoding/position_time.h"
 #include "rinex/navigation_writer.h"
+#include "rinex/number_format.h"
 #include "rinex/rinex_version.h"
+#include "rinex/special_values.h"
+#include "velmoor/versions.h"
 
 // Forward declarations keep the decoder headers out of the writer's users.
 namespace decoding {
@@ -93,7 +96,7 @@ public:
     bool setAntennaHeight(double height);
     bool setApproxPosition(double latitude, double longitude, double height);
     bool setSignalSearchMode(quint32 mode);
-    bool setPpkMode(int mode); // 1 none, 2 only, 3 mix
+    bool setPpkMode(int mode); // a PpkMode number
     bool setPresetSignals(const QMap<char, QList<QByteArray>>& signalCodes);
     bool setGlonassCodeBiases(const QMap<QByteArray, double>& biases);
     bool setComments(const QList<QByteArray>& comments);
@@ -167,16 +170,16 @@ private:
     rinex::Version version_ = rinex::kDefaultVersion;
     int minorVersion_ = 4; // of the 3.0x rules the version follows (4.00 follows 3.05)
     bool navigationMerged_ = false;
-    QByteArray program_ = "Velmoor"; // no option sets it: name the program that wrote the file
+    QByteArray program_ = VELMOOR_RINEX_PROGRAM; // no option sets it: name the program that wrote the file
     QByteArray runBy_;
     QByteArray markerName_, markerNumber_, markerType_ = "GEODETIC";
     QByteArray observer_, agency_;
     QByteArray receiverNumber_, receiverType_, receiverVersion_;
     QByteArray antennaNumber_, antennaType_;
     double antennaDeltaH_ = 0, antennaDeltaE_ = 0, antennaDeltaN_ = 0;
-    double antennaHeight_ = 1e300; // 1e300 = not given
+    double antennaHeight_ = rinex::kNoValue; // not given
     quint32 signalSearchMode_ = 0;
-    int ppkMode_ = 1;
+    int ppkMode_ = rinex::PpkNone;
     SignalMap presetSignals_;
     QMap<QByteArray, double> glonassCodeBiases_;
     QList<QByteArray> comments_; // each 60 bytes + "COMMENT             \r\n"
@@ -210,7 +213,7 @@ private:
     double userLatitude_ = 0, userLongitude_ = 0, userHeight_ = 0;
     double firstLatitude_ = 0, firstLongitude_ = 0, firstHeight_ = 0;
 
-    qint32 leapSeconds_ = 99;
+    qint32 leapSeconds_ = rinex::kUnknownLeapSeconds;
     SignalMap signalMap_;
     QMap<int, int> glonassSlots_; // slot -> frequency channel
     std::vector<CodeBias> codeBiases_;

@@ -6,18 +6,16 @@
 #include <cstdio>
 #include <cstring>
 
-#include "rinex/gps_calendar.h"
+#include "gnss/constants.h"
+#include "gnss/gps_calendar.h"
 #include "rinex/number_format.h"
+#include "velmoor/versions.h"
 
 namespace rinex {
 
 namespace {
 
 constexpr int kLineCapacity = 160;
-constexpr char kConverterVersion[] = "1.9.2012.9";
-// BeiDou week 0 is GPS week 1356; BeiDou time runs 14 s behind GPS time.
-constexpr int kBeidouWeekOffset = 1356;
-constexpr int64_t kBeidouSecondsBehind = 14;
 // 4.00 "unknown" transmission time.
 constexpr double kUnknownTransmission = 0.999999999999e9;
 
@@ -29,7 +27,7 @@ qint64 put(QIODevice* file, const char* line, int length) {
 
 // "    yyyy mm dd hh mm ss" in columns 1-23; false when the date does not fit.
 bool formatEpoch(char* out, size_t capacity, int64_t millisecondsSince1970) {
-    const CalendarTime c = calendarFromMilliseconds(millisecondsSince1970);
+    const gnss::CalendarTime c = gnss::calendarFromMilliseconds(millisecondsSince1970);
     if (c.year < 0 || c.year > 9999) return false;
     return std::snprintf(out, capacity, "    %04d %02d %02d %02d %02d %02d", c.year, c.month, c.day, c.hour,
                          c.minute, c.second) == 23;
@@ -151,13 +149,13 @@ bool writeNavigationHeader400(QIODevice* file, char kind, const NavigationHeader
             n = std::snprintf(line, sizeof line, "%6d%6d%6d%6d%-3s%33s%-20s\r\n", utc.leapSeconds,
                               utc.leapSecondsFuture, utc.week, utc.day, "GPS", "", "LEAP SECONDS");
             put(file, line, n);
-        } else if (info.leapSeconds != 99 && fits(-info.leapSeconds)) {
+        } else if (info.leapSeconds != kUnknownLeapSeconds && fits(-info.leapSeconds)) {
             n = std::snprintf(line, sizeof line, "%6d%54s%-20s\r\n", -info.leapSeconds, "", "LEAP SECONDS");
             put(file, line, n);
         }
     }
 
-    n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", kConverterVersion, "COMMENT");
+    n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", VELMOOR_CONVERTER_VERSION, "COMMENT");
     put(file, line, n);
     file->seek(file->size());
     return true;
@@ -205,8 +203,8 @@ qint64 NavigationWriter::writeIonoUtcRecords(QIODevice* file, char system, int s
     const char* message = system == 'G' ? "LNAV" : "D1D2";
     const decoding::LogHeader& h = p.header;
     // Epoch of the ION record: the log's receiver time, whole seconds, in the system's time.
-    int64_t logMs = gpsMilliseconds(int(h.week), h.milliseconds) / 1000 * 1000;
-    if (system == 'C') logMs -= kBeidouSecondsBehind * 1000;
+    int64_t logMs = gnss::gpsMilliseconds(int64_t(h.week), int64_t(h.milliseconds)) / 1000 * 1000;
+    if (system == 'C') logMs -= gnss::kBeidouSecondsBehindGps * 1000;
 
     char text[8 * kLineCapacity];
     int used = 0;
@@ -236,14 +234,14 @@ qint64 NavigationWriter::writeIonoUtcRecords(QIODevice* file, char system, int s
 
     // Time offset to UTC: epoch = the polynomial's reference time (week and seconds), in the
     // system's own time; A2 is not broadcast (0); the transmission time is not in the log.
-    const int64_t logWeek = system == 'C' ? int64_t(h.week) - kBeidouWeekOffset : int64_t(h.week);
+    const int64_t logWeek = system == 'C' ? int64_t(h.week) - gnss::kBeidouWeekOffset : int64_t(h.week);
     const int64_t week = fullWeek(p.utcWeek, logWeek);
     const bool plausible =
         week >= 0 && week <= 99999 && p.utcTime <= 604800u && std::isfinite(p.a0) && std::isfinite(p.a1);
     if (plausible) {
-        const int64_t gpsWeek = system == 'C' ? week + kBeidouWeekOffset : week;
+        const int64_t gpsWeek = system == 'C' ? week + gnss::kBeidouWeekOffset : week;
         const int64_t referenceMs =
-            gpsWeek * kWeekMilliseconds + int64_t(p.utcTime) * 1000 + kGpsEpochMilliseconds;
+            gpsWeek * gnss::kMillisecondsPerWeek + int64_t(p.utcTime) * 1000 + gnss::kGpsEpochMilliseconds;
         char epoch[kLineCapacity];
         if (formatEpoch(epoch, sizeof epoch, referenceMs)) {
             used +=

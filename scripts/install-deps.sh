@@ -1,11 +1,21 @@
 #!/usr/bin/env bash
 # Installs, through apt, whatever the build and the tests need and the machine lacks.
 # Idempotent: packages already present are not touched.
+#   scripts/install-deps.sh [--qt6]     (--qt6: Qt 6 instead of Qt 5)
 set -euo pipefail
+
+# Qt Core, Gui and Widgets with moc and the GL headers their CMake files ask for; the
+# offscreen and X11 platform plugins come with the Gui runtime package.
+qt=qtbase5-dev
+case "${1:-}" in
+    --qt6) qt=qt6-base-dev ;;
+    "") ;;
+    *) echo "usage: scripts/install-deps.sh [--qt6]" >&2; exit 2 ;;
+esac
 
 packages=(
     cmake g++ make pkg-config
-    qtbase5-dev
+    "$qt"
     libgtest-dev googletest
     nlohmann-json3-dev zlib1g-dev
     xvfb xauth

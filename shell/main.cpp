@@ -1,9 +1,10 @@
 #include <QApplication>
 
 #include "shell/main_window.h"
+#include "velmoor/versions.h"
 
 // Build markers kept as text in the program, so that a binary tells its version and build.
-__attribute__((used)) static const char Fmw3_Elf_Version[] = "Fmw3_Elf_Version[" VELMOOR_VERSION_TAG "]";
+__attribute__((used)) static const char Fmw3_Elf_Version[] = "Fmw3_Elf_Version[" VELMOOR_PROGRAM_VERSION "]";
 __attribute__((used)) static const char Fmw3_Elf_BuildTime[] =
     "Fmw3_Elf_BuildTime[" __DATE__ " " __TIME__ "]";
 

@@ -18,6 +18,7 @@
 #include <QVBoxLayout>
 
 #include "shell/tab_binary_to_rinex3.h"
+#include "velmoor/versions.h"
 
 namespace {
 
@@ -90,7 +91,7 @@ QString windowTitleFromBuildStamp(const QString& buildDate, const QString& build
     const QString date = QString(buildDate).replace(QStringLiteral("  "), QStringLiteral(" "));
     const QDate built = QLocale::c().toDate(date, QStringLiteral("MMM d yyyy"));
     return QStringLiteral("%1 (%2 %3)")
-        .arg(QStringLiteral(VELMOOR_VERSION_TAG), built.toString(QStringLiteral("yyyy-MM-dd")),
+        .arg(QStringLiteral(VELMOOR_PROGRAM_VERSION), built.toString(QStringLiteral("yyyy-MM-dd")),
              buildTime.left(5));
 }
 

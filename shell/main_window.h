@@ -7,9 +7,6 @@
 #include <QString>
 #include <QStringList>
 
-// The version tag of the desktop application (window title and build marker).
-#define VELMOOR_VERSION_TAG "Velmoor.1.1.2012.11"
-
 class QHBoxLayout;
 class QPushButton;
 class QSpacerItem;
@@ -38,8 +35,8 @@ struct MainWindowForm {
     void setupUi(QMainWindow* window);
 };
 
-// "Velmoor.1.1.2012.11 (yyyy-MM-dd hh:mm)" from the compiler's build date ("Dec  7 2020")
-// and build time ("09:05:59").
+// "<program version> (yyyy-MM-dd hh:mm)", e.g. "Velmoor.1.1.2012.11 (2020-12-07 09:05)", from the compiler's
+// build date ("Dec  7 2020") and build time ("09:05:59").
 QString windowTitleFromBuildStamp(const QString& buildDate, const QString& buildTime);
 
 class MainWindow : public QMainWindow {

@@ -4,15 +4,19 @@
 
 #include "decoding/log_header.h"
 #include "encoder/nav_encoder.h"
+#include "gnss/constants.h"
+#include "gnss/gps_calendar.h"
 
 namespace bench {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kSecondsPerWeek = 604800.0;
-constexpr int kBeidouWeekOffset = 1356;  // BeiDou week 0 began at GPS week 1356
-constexpr double kBeidouTimeOffset = 14; // s behind GPS time
+using gnss::kBeidouWeekOffset;
+using gnss::kPi;
+constexpr double kSecondsPerWeek = double(gnss::kSecondsPerWeek);
+constexpr double kBeidouTimeOffset = gnss::kBeidouSecondsBehindGps;
+constexpr double kGlonassAheadOfUtc = gnss::kGlonassSecondsAheadOfUtc;
+constexpr double kSecondsPerDay = double(gnss::kSecondsPerDay);
 
 double wrapAngle(double a) {
     return a - 2.0 * kPi * std::floor((a + kPi) / (2.0 * kPi));
@@ -99,10 +103,10 @@ encoding::Bytes glonassFrame(const Satellite& sat, const StreamClock& clock, dou
     e.satelliteType = 1;
     e.week = uint16_t(week);
     e.referenceTime = uint32_t(std::llround(reference * 1000.0));
-    e.timeOffset = uint32_t(10800 - kLeapSeconds);
-    const double moscow = reference - kLeapSeconds + 10800.0;
-    e.issue = uint32_t(std::fmod(moscow, 86400.0) / 900.0);
-    e.dayNumber = uint16_t(1 + int(std::floor(moscow / 86400.0)) % 1461);
+    e.timeOffset = uint32_t(gnss::kGlonassSecondsAheadOfUtc - kLeapSeconds);
+    const double moscow = reference - kLeapSeconds + kGlonassAheadOfUtc;
+    e.issue = uint32_t(std::fmod(moscow, kSecondsPerDay) / 900.0);
+    e.dayNumber = uint16_t(1 + int(std::floor(moscow / kSecondsPerDay)) % 1461);
     e.health = 0;
     const Vec3 p = sat.position(tRef), v = sat.velocity(tRef);
     e.x = p[0];
@@ -116,7 +120,7 @@ encoding::Bytes glonassFrame(const Satellite& sat, const StreamClock& clock, dou
     e.tauN = 2.0e-5 * (sat.number % 5 - 2);
     e.deltaTauN = 0;
     e.gammaN = 9.1e-13;
-    e.tk = uint32_t(std::fmod(moscow - 900.0 - 30.0, 86400.0));
+    e.tk = uint32_t(std::fmod(moscow - 900.0 - 30.0, kSecondsPerDay));
     e.pFlags = 0;
     e.ft = 2;
     e.ageOfData = 0;

@@ -9,9 +9,9 @@ namespace bench {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
+using gnss::kPi;
 constexpr double kDegree = kPi / 180.0;
-constexpr double kGpsL1 = 1575420000.0;
+constexpr double kGpsL1 = gnss::kFrequencyL1;
 
 // Frequency channels of the 24 GLONASS slots: antipodal slots share a channel.
 constexpr int kGlonassChannels[24] = {1,  -4, 5, 6,  1, -4, 5, 6, -2, -7, 0, -1,

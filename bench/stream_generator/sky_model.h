@@ -10,14 +10,15 @@
 
 #include "decoding/signal_table.h"
 #include "encoder/range_encoder.h"
+#include "gnss/constants.h"
 
 namespace bench {
 
 using Vec3 = std::array<double, 3>;
 
-constexpr double kSpeedOfLight = 299792458.0;
-constexpr double kEarthRotation = 7.2921151467e-5;   // rad/s
-constexpr double kEarthGravitation = 3.986004418e14; // m^3/s^2
+using gnss::kEarthGravitation;
+using gnss::kSpeedOfLight;
+constexpr double kEarthRotation = gnss::kEarthRotationRate;
 
 // One satellite on a circular orbit, fixed in an inertial frame.
 struct Satellite {

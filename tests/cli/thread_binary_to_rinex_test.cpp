@@ -15,10 +15,14 @@
 #include <unistd.h>
 
 #include "shell/thread_binary_to_rinex.h"
+#include "support/files.h"
 #include "support/qt_core_application.h"
 #include "support/stream_manifest.h"
 
 namespace {
+
+using testsupport::readAll;
+using testsupport::writeFile;
 
 constexpr qint64 MiB = 1048576;
 
@@ -108,13 +112,6 @@ private:
     ThreadBinaryToRinex* worker_ = nullptr;
 };
 
-QString writeFile(const QString& path, const QByteArray& content) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    EXPECT_EQ(file.write(content), content.size());
-    return path;
-}
-
 std::vector<int> progressValues(const std::vector<Event>& events) {
     std::vector<int> values;
     for (const Event& event : events)
@@ -133,11 +130,6 @@ QStringList outputFiles(const QString& outputPath) {
 
 QString streamPath(const char* name) {
     return QString::fromStdString(testsupport::streamDataDirectory() + "/" + name);
-}
-
-QByteArray readAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 const QRegularExpression CostText("^Cost=-?[0-9]+ ms$");

@@ -12,8 +12,12 @@
 
 #include "support/qt_core_application.h"
 #include "support/stream_manifest.h"
+#include "support/files.h"
 
 namespace {
+
+using testsupport::readAll;
+using testsupport::writeFile;
 
 struct ProcessResult {
     int exitCode = -1;
@@ -44,18 +48,6 @@ std::string dataDir() {
 
 QString streamPath(const char* name) {
     return QString::fromStdString(dataDir() + "/" + name);
-}
-
-QByteArray readAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QString writeFile(const QString& path, const QByteArray& content) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(content);
-    return path;
 }
 
 // "<stem>.<yy>O" beside the input, with the other four files by their last letter.

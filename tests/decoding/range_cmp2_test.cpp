@@ -3,6 +3,8 @@
 #include "decoding/log_header.h"
 #include "decoding/range_decoders.h"
 #include "encoder/board_frame.h"
+#include "gnss/constants.h"
+#include "support/board_frames.h"
 
 using namespace decoding;
 using encoding::BodyWriter;
@@ -10,19 +12,10 @@ using encoding::Bytes;
 
 namespace {
 
-constexpr double kC = 299792458.0;
+constexpr double kC = gnss::kSpeedOfLight;
 
-struct Frame {
-    Bytes bytes;
-    LogHeader header{};
-};
-
-Frame frameOf(uint16_t id, const Bytes& body) {
-    Frame f;
-    f.bytes = encoding::boardFrame(id, {2010, 345600000}, body);
-    EXPECT_EQ(readLogHeader(f.bytes.data(), uint32_t(f.bytes.size()), f.header), 0);
-    return f;
-}
+using Frame = testsupport::DecodedFrame;
+using testsupport::frameOf;
 
 // Raw fields of a 14-byte satellite block.
 struct SatBlock {

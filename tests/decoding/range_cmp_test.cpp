@@ -5,6 +5,8 @@
 #include "decoding/log_header.h"
 #include "decoding/range_decoders.h"
 #include "encoder/board_frame.h"
+#include "gnss/constants.h"
+#include "support/board_frames.h"
 
 using namespace decoding;
 using encoding::BodyWriter;
@@ -12,21 +14,12 @@ using encoding::Bytes;
 
 namespace {
 
-constexpr double kC = 299792458.0;
+constexpr double kC = gnss::kSpeedOfLight;
 constexpr double k2Pow22 = 4194304.0;
 constexpr double k2Pow23 = 8388608.0;
 
-struct Frame {
-    Bytes bytes;
-    LogHeader header{};
-};
-
-Frame frameOf(uint16_t id, const Bytes& body) {
-    Frame f;
-    f.bytes = encoding::boardFrame(id, {2010, 345600000}, body);
-    EXPECT_EQ(readLogHeader(f.bytes.data(), uint32_t(f.bytes.size()), f.header), 0);
-    return f;
-}
+using Frame = testsupport::DecodedFrame;
+using testsupport::frameOf;
 
 uint32_t statusWord(uint32_t system, uint32_t signalType) {
     return (1u << 10) | (1u << 11) | (1u << 12) | (system << 16) | (signalType << 21);

@@ -10,6 +10,7 @@
 #include "decoding/log_header.h"
 #include "decoding/range_decoders.h"
 #include "encoder/range_encoder.h"
+#include "gnss/constants.h"
 #include "rinex_input/rinex_obs_reader.h"
 
 using namespace decoding;
@@ -17,7 +18,7 @@ using encoding::RangeSignal;
 
 namespace {
 
-constexpr double kC = 299792458.0;
+constexpr double kC = gnss::kSpeedOfLight;
 
 const std::string kFile =
     std::string(VELMOOR_TEST_DATA) + "/rinex/CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx";

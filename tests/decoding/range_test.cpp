@@ -3,6 +3,7 @@
 #include "decoding/log_header.h"
 #include "decoding/range_decoders.h"
 #include "encoder/board_frame.h"
+#include "support/board_frames.h"
 
 using namespace decoding;
 using encoding::BodyWriter;
@@ -10,17 +11,8 @@ using encoding::Bytes;
 
 namespace {
 
-struct Frame {
-    Bytes bytes;
-    LogHeader header{};
-};
-
-Frame frameOf(uint16_t id, const Bytes& body) {
-    Frame f;
-    f.bytes = encoding::boardFrame(id, {2010, 345600000}, body);
-    EXPECT_EQ(readLogHeader(f.bytes.data(), uint32_t(f.bytes.size()), f.header), 0);
-    return f;
-}
+using Frame = testsupport::DecodedFrame;
+using testsupport::frameOf;
 
 uint32_t status(uint32_t system, uint32_t signalType, bool phaseLocked = true, bool parityKnown = true,
                 bool codeLocked = true) {

@@ -18,10 +18,13 @@
 #include "params/file_header.h"
 #include "shell/thread_binary_to_rinex.h"
 #include "support/qt_core_application.h"
+#include "support/files.h"
 
 using namespace writertest;
 
 namespace {
+
+using testsupport::writeFile;
 
 constexpr qint64 MiB = 1048576;
 constexpr int kObservationHeaderBytes = 65 * 82;
@@ -55,13 +58,6 @@ struct Conversion {
     }
     void cancel() { worker.reset(); }
 };
-
-QString writeFile(const QString& path, const QByteArray& content) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    EXPECT_EQ(file.write(content), content.size());
-    return path;
-}
 
 QStringList outputFiles(const QString& outputPath) {
     QStringList files;

@@ -74,3 +74,7 @@ TEST(FuzzRegression, WriterInputsInEveryVersion) {
 TEST(FuzzRegression, HeaderInputs) {
     if (replay("header", fuzzing::runHeader) == 0) GTEST_SKIP() << "no saved header inputs";
 }
+
+TEST(FuzzRegression, CompactRinexInputs) {
+    if (replay("compact_rinex", fuzzing::runCompactRinex) == 0) GTEST_SKIP() << "no saved compact_rinex inputs";
+}

@@ -17,7 +17,8 @@
 #include "support/qt_core_application.h"
 #include <zlib.h>
 
-#include "cli/versions.h"
+#include "velmoor/versions.h"
+#include "support/files.h"
 
 // Readable failure messages for Qt strings.
 void PrintTo(const QString& text, std::ostream* stream) {
@@ -25,6 +26,8 @@ void PrintTo(const QString& text, std::ostream* stream) {
 }
 
 namespace {
+
+using testsupport::readAll;
 
 const QString PackageDir = QStringLiteral(VELMOOR_PACKAGE_DIR);
 const QString Root = PackageDir + "/root";
@@ -56,11 +59,6 @@ ProcessResult run(const QString& program, const QStringList& arguments,
     result.out = QString::fromLocal8Bit(process.readAllStandardOutput());
     result.err = QString::fromLocal8Bit(process.readAllStandardError());
     return result;
-}
-
-QByteArray readAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QByteArray gunzip(const QString& path) {
@@ -228,9 +226,13 @@ TEST_F(DebianPackage, ControlFieldsNameThePackageAndTheQtRuntime) {
     EXPECT_FALSE(fields.value("Description").isEmpty());
 
     const QSet<QString> depends = dependencyNames(fields.value("Depends"));
-    for (const char* runtime : {"libqt5core5a", "libqt5gui5", "libqt5widgets5", "libstdc++6"})
+    // The runtime packages of the Qt the programs are built with.
+    QStringList runtimes = QStringLiteral(VELMOOR_QT_RUNTIME_PACKAGES).split(' ');
+    runtimes << "libstdc++6";
+    ASSERT_EQ(runtimes.size(), 4);
+    for (const QString& runtime : runtimes)
         EXPECT_TRUE(depends.contains(runtime))
-            << runtime << " missing in Depends: " << fields.value("Depends").toStdString();
+            << runtime.toStdString() << " missing in Depends: " << fields.value("Depends").toStdString();
     for (const QString& name : depends)
         EXPECT_FALSE(name.endsWith("-dev")) << "development package in Depends: " << name.toStdString();
 }
@@ -298,7 +300,8 @@ TEST_F(DebianPackage, HoldsTheProgramsDesktopEntryMimeTypeIconAndManualPage) {
 TEST_F(DebianPackage, CopyrightFileStatesTheLicenceAndTheDataAttribution) {
     const QString copyright = QString::fromUtf8(readAll(Root + "/usr/share/doc/velmoor/copyright"));
     ASSERT_FALSE(copyright.isEmpty());
-    EXPECT_TRUE(copyright.startsWith("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\n"));
+    EXPECT_TRUE(
+        copyright.startsWith("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\n"));
     EXPECT_TRUE(copyright.contains("Upstream-Contact: " VELMOOR_PACKAGE_CONTACT "\n"));
     EXPECT_TRUE(copyright.contains("Files: *\nCopyright: 2026 The Velmoor developers\nLicense: Expat\n"));
     EXPECT_TRUE(copyright.contains("\nLicense: Expat\n Permission is hereby granted, free of charge"));
@@ -374,8 +377,8 @@ TEST_F(DebianPackage, InstalledConverterConvertsTheSample) {
 TEST_F(DebianPackage, InstalledConverterShowsProgramAndConverterVersions) {
     const ProcessResult result = run(Converter, {"--version"});
     ASSERT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.out,
-              QString("velmoor-convert %1 (converter %2)\n").arg(cli::ProgramVersion, cli::ConverterVersion));
+    EXPECT_EQ(result.out, QString("velmoor-convert %1 (converter %2)\n")
+                              .arg(VELMOOR_PROGRAM_VERSION, VELMOOR_CONVERTER_VERSION));
 }
 
 TEST_F(DebianPackage, ManualPageMatchesHelpOptionForOption) {

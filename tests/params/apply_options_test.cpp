@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "decoding/stream_sync.h"
+#include "gnss/constants.h"
 #include "params/apply_options.h"
 #include "params/config_rows.h"
 #include "rinex/rinex3xx.h"
@@ -85,7 +86,7 @@ double antennaDeltaH(const HeaderLines& header) {
 
 // Earth-centred coordinates of a WGS-84 position.
 std::array<double, 3> toXyz(double latitude, double longitude, double height) {
-    const double a = 6378137, e2 = 0.0066943799901413165, rad = 0.017453292519943295;
+    const double a = gnss::kWgs84SemiMajorAxis, e2 = gnss::kWgs84EccentricitySquared, rad = gnss::kDegree;
     const double phi = latitude * rad, lambda = longitude * rad;
     const double n = a / std::sqrt(1 - e2 * std::sin(phi) * std::sin(phi));
     return {(n + height) * std::cos(phi) * std::cos(lambda), (n + height) * std::cos(phi) * std::sin(lambda),

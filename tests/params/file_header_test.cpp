@@ -7,6 +7,7 @@
 
 #include "params/config_rows.h"
 #include "params/file_header.h"
+#include "support/files.h"
 
 namespace {
 
@@ -68,11 +69,7 @@ QByteArray padded(QByteArray bytes, int size, char fill = '\xAA') {
 }
 
 QString writeFile(const QTemporaryDir& dir, const QString& name, const QByteArray& content) {
-    const QString path = dir.filePath(name);
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(content);
-    return path;
+    return testsupport::writeFile(dir.filePath(name), content);
 }
 
 QString rowValue(const HeaderRows& rows, const QString& name) {

@@ -9,8 +9,8 @@
 
 namespace {
 
-std::string printfLine(int capacity, const rinex::CalendarTime& c, int second, int millisecond,
-                       int satellites, int* result) {
+std::string printfLine(int capacity, const gnss::CalendarTime& c, int second, int millisecond, int satellites,
+                       int* result) {
     char line[600];
     std::memset(line, 'x', sizeof line);
     *result = std::snprintf(line, size_t(capacity),
@@ -19,15 +19,15 @@ std::string printfLine(int capacity, const rinex::CalendarTime& c, int second, i
     return std::string(line, sizeof line);
 }
 
-std::string directLine(int capacity, const rinex::CalendarTime& c, int second, int millisecond,
-                       int satellites, int* result) {
+std::string directLine(int capacity, const gnss::CalendarTime& c, int second, int millisecond, int satellites,
+                       int* result) {
     char line[600];
     std::memset(line, 'x', sizeof line);
     *result = rinex::formatEpochLine(line, capacity, c, second, millisecond, satellites);
     return std::string(line, sizeof line);
 }
 
-void expectSame(int capacity, const rinex::CalendarTime& c, int second, int millisecond, int satellites) {
+void expectSame(int capacity, const gnss::CalendarTime& c, int second, int millisecond, int satellites) {
     int expectedResult = 0, result = 0;
     const std::string expected = printfLine(capacity, c, second, millisecond, satellites, &expectedResult);
     const std::string actual = directLine(capacity, c, second, millisecond, satellites, &result);
@@ -38,7 +38,7 @@ void expectSame(int capacity, const rinex::CalendarTime& c, int second, int mill
 }
 
 TEST(EpochLine, EveryTimeOfDayAndMillisecondAsPrintf) {
-    rinex::CalendarTime c{2026, 11, 23, 0, 0, 0, 0};
+    gnss::CalendarTime c{2026, 11, 23, 0, 0, 0, 0};
     for (int hour = 0; hour < 24; ++hour)
         for (int minute = 0; minute < 60; ++minute)
             for (int second = 0; second < 60; ++second) {
@@ -51,7 +51,7 @@ TEST(EpochLine, EveryTimeOfDayAndMillisecondAsPrintf) {
 }
 
 TEST(EpochLine, EveryDateAndSatelliteCountAsPrintf) {
-    rinex::CalendarTime c{1980, 1, 6, 0, 0, 0, 0};
+    gnss::CalendarTime c{1980, 1, 6, 0, 0, 0, 0};
     for (int year = 0; year <= 10000; year += 7) {
         c.year = year;
         for (int month = 1; month <= 12; ++month) {
@@ -65,13 +65,13 @@ TEST(EpochLine, EveryDateAndSatelliteCountAsPrintf) {
 }
 
 TEST(EpochLine, OutOfRangeFieldsAndShortBuffersAsPrintf) {
-    const rinex::CalendarTime c{2026, 11, 23, 12, 30, 0, 0};
+    const gnss::CalendarTime c{2026, 11, 23, 12, 30, 0, 0};
     for (int v : {-1000, -100, -10, -1, 100, 1000, 123456789}) {
-        expectSame(512, rinex::CalendarTime{v, 11, 23, 12, 30, 0, 0}, 5, 5, 5);
-        expectSame(512, rinex::CalendarTime{2026, v, 23, 12, 30, 0, 0}, 5, 5, 5);
-        expectSame(512, rinex::CalendarTime{2026, 11, v, 12, 30, 0, 0}, 5, 5, 5);
-        expectSame(512, rinex::CalendarTime{2026, 11, 23, v, 30, 0, 0}, 5, 5, 5);
-        expectSame(512, rinex::CalendarTime{2026, 11, 23, 12, v, 0, 0}, 5, 5, 5);
+        expectSame(512, gnss::CalendarTime{v, 11, 23, 12, 30, 0, 0}, 5, 5, 5);
+        expectSame(512, gnss::CalendarTime{2026, v, 23, 12, 30, 0, 0}, 5, 5, 5);
+        expectSame(512, gnss::CalendarTime{2026, 11, v, 12, 30, 0, 0}, 5, 5, 5);
+        expectSame(512, gnss::CalendarTime{2026, 11, 23, v, 30, 0, 0}, 5, 5, 5);
+        expectSame(512, gnss::CalendarTime{2026, 11, 23, 12, v, 0, 0}, 5, 5, 5);
         expectSame(512, c, v, 5, 5);
         expectSame(512, c, 5, v, 5);
         expectSame(512, c, 5, 5, v);

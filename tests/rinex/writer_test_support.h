@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "rinex/rinex3xx.h"
+#include "support/files.h"
 
 namespace writertest {
 
@@ -65,11 +66,7 @@ inline qint64 feedText(Rinex3xx& writer, const std::string& line) {
     return writer.handleTextLine(line.data(), quint32(line.size()));
 }
 
-inline QByteArray readAll(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return file.readAll();
-}
+using testsupport::readAll;
 
 // Lines without their "\r\n"; a trailing piece without one is kept as it is.
 inline QList<QByteArray> splitLines(const QByteArray& bytes) {

@@ -16,8 +16,11 @@
 #include "params/widget_tree_param.h"
 #include "shell/tab_binary_to_rinex3.h"
 #include "tests/shell/gui_test_support.h"
+#include "support/files.h"
 
 namespace {
+
+using testsupport::readAll;
 
 constexpr int RoleValue = Qt::UserRole + 2;
 const QString KeyPathOutput = "TabBinaryToRinex3-path-output";
@@ -38,11 +41,6 @@ bool logHas(const TabBinaryToRinex3& tab, const QString& prefix) {
     for (const QString& line : logLines(tab))
         if (line.startsWith(prefix)) return true;
     return false;
-}
-
-QByteArray readAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // The real data file followed by copies of itself, so that a conversion runs for a while.

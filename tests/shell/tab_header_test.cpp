@@ -9,6 +9,7 @@
 #include "params/widget_tree_param.h"
 #include "shell/tab_binary_to_rinex3.h"
 #include "tests/shell/gui_test_support.h"
+#include "support/files.h"
 
 namespace {
 
@@ -75,11 +76,7 @@ QStringList names(const QList<Row>& rows) {
 // The file's bytes padded with zeros to the given size.
 QString writeFile(const QTemporaryDir& dir, const QString& name, QByteArray bytes, int size) {
     if (bytes.size() < size) bytes.append(QByteArray(size - bytes.size(), '\0'));
-    const QString path = dir.filePath(name);
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) return QString();
-    file.write(bytes);
-    return path;
+    return testsupport::writeFile(dir.filePath(name), bytes);
 }
 
 template <typename T> void put(QByteArray& record, int offset, T value) {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "decoding/log_header.h"
+#include "gnss/constants.h"
 
 namespace encoding {
 
@@ -14,7 +15,7 @@ using decoding::SatSystem;
 using decoding::SatSystemInfo;
 using decoding::SignalInfo;
 
-constexpr double kSpeedOfLight = 299792458.0;
+using gnss::kSpeedOfLight;
 
 constexpr double kRangeCmpPseudorangeStd[16] = {0.05,  0.075, 0.113, 0.169, 0.253, 0.38, 0.57, 0.854,
                                                 1.281, 2.375, 4.75,  9.5,   19.0,  38.0, 76.0, 152.0};

@@ -7,15 +7,18 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "gnss/constants.h"
+#include "gnss/gps_calendar.h"
+
 namespace rinex_input {
 
 namespace {
 
-constexpr double kSecondsPerWeek = 604800.0;
-constexpr double kGpsGravitation = 3.986005e14;       // m^3/s^2, GPS broadcast model
-constexpr double kBeidouGravitation = 3.986004418e14; // m^3/s^2, BeiDou broadcast model
-constexpr int kBeidouWeekOffset = 1356;               // GPS week of the BeiDou week origin
-constexpr int kBeidouSecondsBehindGps = 14;
+using gnss::kBeidouGravitation;
+using gnss::kBeidouSecondsBehindGps;
+using gnss::kBeidouWeekOffset;
+using gnss::kGpsGravitation;
+constexpr double kSecondsPerWeek = double(gnss::kSecondsPerWeek);
 
 [[noreturn]] void fail(int lineNumber, const std::string& what) {
     throw std::runtime_error("RINEX navigation line " + std::to_string(lineNumber) + ": " + what);
@@ -57,30 +60,6 @@ std::optional<double> number(const std::string& text, int lineNumber) {
         fail(lineNumber, e.what());
     }
 }
-
-// Civil date to days since 1970-01-01 (proleptic Gregorian).
-int64_t daysFromCivil(int64_t year, int64_t month, int64_t day) {
-    year -= month <= 2;
-    const int64_t era = (year >= 0 ? year : year - 399) / 400;
-    const int64_t yearOfEra = year - era * 400;
-    const int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    const int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + dayOfEra - 719468;
-}
-
-void civilFromDays(int64_t days, int& year, int& month, int& day) {
-    days += 719468;
-    const int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-    const int64_t dayOfEra = days - era * 146097;
-    const int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const int64_t mp = (5 * dayOfYear + 2) / 153;
-    day = int(dayOfYear - (153 * mp + 2) / 5 + 1);
-    month = int(mp < 10 ? mp + 3 : mp - 9);
-    year = int(yearOfEra + era * 400 + (month <= 2));
-}
-
-const int64_t kGpsEpochDays = daysFromCivil(1980, 1, 6);
 
 void requireSystem(const NavRecord& record, char system) {
     if (record.system != system)
@@ -348,11 +327,10 @@ NavFile readNavFile(const std::string& path) {
 }
 
 WeekSeconds weekSecondsOf(const NavEpoch& epoch) {
-    const int64_t days = daysFromCivil(epoch.year, epoch.month, epoch.day) - kGpsEpochDays;
-    const int64_t week = days >= 0 ? days / 7 : (days - 6) / 7;
+    const gnss::GpsWeekDay day = gnss::gpsWeekDay({epoch.year, epoch.month, epoch.day});
     WeekSeconds t;
-    t.week = int(week);
-    t.seconds = double((days - week * 7) * 86400 + epoch.hour * 3600 + epoch.minute * 60 + epoch.second);
+    t.week = int(day.week);
+    t.seconds = double(day.day * gnss::kSecondsPerDay + epoch.hour * 3600 + epoch.minute * 60 + epoch.second);
     return t;
 }
 
@@ -415,14 +393,15 @@ decoding::GlonassEphemeris toGlonassEphemeris(const NavRecord& r, int leapSecond
     const WeekSeconds gps = normalised({utc.week, utc.seconds + leapSeconds});
     e.week = uint16_t(gps.week);
     e.referenceTime = uint32_t(std::llround(gps.seconds * 1000.0));
-    e.timeOffset = uint32_t(10800 - leapSeconds);
+    e.timeOffset = uint32_t(gnss::kGlonassSecondsAheadOfUtc - leapSeconds);
     e.tauN = -valueOr0(r.clock(0));
     e.gammaN = valueOr0(r.clock(1));
     // The converter writes the message frame time as
     // ((leap + reference time ms) / 86400000) * 86400 + tk - 10800, with leap = -leapSeconds.
     const double frameTime = valueOr0(r.clock(2));
     const uint32_t day = uint32_t(e.referenceTime - uint32_t(leapSeconds)) / 86400000u;
-    e.tk = uint32_t(std::llround(frameTime) - int64_t(day) * 86400 + 10800);
+    e.tk = uint32_t(std::llround(frameTime) - int64_t(day) * gnss::kSecondsPerDay +
+                    gnss::kGlonassSecondsAheadOfUtc);
     e.x = valueOr0(r.orbit(1, 0)) * 1000.0;
     e.vx = valueOr0(r.orbit(1, 1)) * 1000.0;
     e.ax = valueOr0(r.orbit(1, 2)) * 1000.0;
@@ -438,12 +417,13 @@ decoding::GlonassEphemeris toGlonassEphemeris(const NavRecord& r, int leapSecond
     e.deltaTauN = valueOr0(r.orbit(4, 1));
     e.ft = asU32(r.orbit(4, 2));
     // Interval number and day number count in Moscow time (UTC + 3 h).
-    const int64_t moscowSeconds = int64_t(utc.week) * 604800 + int64_t(utc.seconds) + 10800;
-    e.issue = uint32_t((moscowSeconds % 86400) / 900);
-    int year = 0, month = 0, dayOfMonth = 0;
-    const int64_t moscowDays = kGpsEpochDays + moscowSeconds / 86400;
-    civilFromDays(moscowDays, year, month, dayOfMonth);
-    e.dayNumber = uint16_t(moscowDays - daysFromCivil(year - year % 4, 1, 1) + 1);
+    const int64_t moscowSeconds =
+        int64_t(utc.week) * gnss::kSecondsPerWeek + int64_t(utc.seconds) + gnss::kGlonassSecondsAheadOfUtc;
+    e.issue = uint32_t((moscowSeconds % gnss::kSecondsPerDay) / 900);
+    // The day number counts from January 1st of the last leap year.
+    const int64_t moscowDays = gnss::kGpsEpochDays + moscowSeconds / gnss::kSecondsPerDay;
+    const int year = gnss::civilFromDays(moscowDays).year;
+    e.dayNumber = uint16_t(moscowDays - gnss::daysFromCivil(year - year % 4, 1, 1) + 1);
     setStamp(e.header, decoding::LogGloEphemeris, {utc.week, frameTime + leapSeconds});
     return e;
 }

@@ -6,6 +6,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "gnss/gps_calendar.h"
+
 namespace rinex_input {
 
 namespace {
@@ -64,16 +66,6 @@ ObsTime headerTime(const std::string& content) {
     return t;
 }
 
-// Days from 1970-01-01 of a proleptic Gregorian date.
-int64_t daysFromCivil(int64_t y, unsigned m, unsigned d) {
-    y -= m <= 2;
-    const int64_t era = (y >= 0 ? y : y - 399) / 400;
-    const unsigned yoe = unsigned(y - era * 400);
-    const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + int64_t(doe) - 719468;
-}
-
 [[noreturn]] void fail(int lineNumber, const std::string& what) {
     throw std::runtime_error("RINEX observation line " + std::to_string(lineNumber) + ": " + what);
 }
@@ -95,12 +87,10 @@ const SatelliteObs* ObsEpoch::find(char system, int number) const {
 }
 
 void gpsWeekOfCalendar(const ObsTime& time, int& week, double& secondsOfWeek) {
-    const int64_t days =
-        daysFromCivil(time.year, unsigned(time.month), unsigned(time.day)) - daysFromCivil(1980, 1, 6);
-    const int64_t wholeWeeks = (days >= 0 ? days : days - 6) / 7;
-    week = int(wholeWeeks);
-    secondsOfWeek =
-        double(days - wholeWeeks * 7) * 86400.0 + time.hour * 3600.0 + time.minute * 60.0 + time.second;
+    const gnss::GpsWeekDay day = gnss::gpsWeekDay({time.year, time.month, time.day});
+    week = int(day.week);
+    secondsOfWeek = double(day.day) * double(gnss::kSecondsPerDay) + time.hour * 3600.0 + time.minute * 60.0 +
+                    time.second;
 }
 
 bool ObsReader::getLine(std::string& line) {
@@ -216,10 +206,10 @@ bool ObsReader::next(ObsEpoch& epoch) {
 
     gpsWeekOfCalendar(epoch.time, epoch.week, epoch.secondsOfWeek);
     long long ms = std::llround(epoch.secondsOfWeek * 1000.0);
-    if (ms >= 604800000LL) {
-        ms -= 604800000LL;
+    if (ms >= gnss::kMillisecondsPerWeek) {
+        ms -= gnss::kMillisecondsPerWeek;
         epoch.week += 1;
-        epoch.secondsOfWeek -= 604800.0;
+        epoch.secondsOfWeek -= double(gnss::kSecondsPerWeek);
     }
     epoch.msOfWeek = uint32_t(ms);
 

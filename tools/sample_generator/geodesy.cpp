@@ -2,13 +2,14 @@
 
 #include <cmath>
 
+#include "gnss/constants.h"
+
 namespace sample_generator {
 
 namespace {
-constexpr double kA = 6378137.0;
-constexpr double kF = 1.0 / 298.257223563;
-constexpr double kE2 = kF * (2.0 - kF);
-constexpr double kPi = 3.14159265358979323846;
+constexpr double kA = gnss::kWgs84SemiMajorAxis;
+constexpr double kE2 = gnss::kWgs84EccentricitySquared;
+using gnss::kPi;
 } // namespace
 
 Geodetic geodeticOf(const std::array<double, 3>& xyz) {

@@ -9,7 +9,7 @@
 #include "decoding/position_time.h"
 #include "encoder/nav_encoder.h"
 #include "encoder/range_encoder.h"
-#include "sample_generator/gps_calendar.h"
+#include "gnss/gps_calendar.h"
 #include "sample_generator/header_writer.h"
 #include "sample_generator/input_window.h"
 #include "sample_generator/nav_frames.h"
@@ -24,6 +24,14 @@ namespace {
 // The converter collects frames in a buffer of this size; longer frames are lost.
 constexpr size_t kConverterFrameBuffer = 16384;
 constexpr int kDefaultLeapSeconds = 18; // GPS - UTC since 2017
+
+// "2018-07-19 00:05:30"
+std::string calendarText(const gnss::CalendarTime& c) {
+    char text[48];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", c.year, c.month, c.day, c.hour,
+                  c.minute, c.second);
+    return text;
+}
 
 struct Item {
     bool text = false;
@@ -88,7 +96,8 @@ decoding::TimeSolution timeAt(const rinex_input::ObsEpoch& epoch, int leapSecond
     decoding::TimeSolution t{};
     t.clockStatus = 0; // valid
     t.utcOffset = -leapSeconds;
-    const Calendar utc = calendarOf(epoch.week, int64_t(epoch.msOfWeek) - int64_t(leapSeconds) * 1000);
+    const gnss::CalendarTime utc =
+        gnss::gpsCalendar(epoch.week, int64_t(epoch.msOfWeek) - int64_t(leapSeconds) * 1000);
     t.utcYear = uint32_t(utc.year);
     t.utcMonth = uint8_t(utc.month);
     t.utcDay = uint8_t(utc.day);
@@ -296,8 +305,8 @@ Sample assembleSample(const Options& options, const rinex_input::ObsHeader& head
 
     summary.totalBytes = sample.bytes.size();
     summary.epochs = epochs.size();
-    summary.firstEpoch = calendarText(calendarOf(epochs.front().week, epochs.front().msOfWeek));
-    summary.lastEpoch = calendarText(calendarOf(epochs.back().week, epochs.back().msOfWeek));
+    summary.firstEpoch = calendarText(gnss::gpsCalendar(epochs.front().week, epochs.front().msOfWeek));
+    summary.lastEpoch = calendarText(gnss::gpsCalendar(epochs.back().week, epochs.back().msOfWeek));
     return sample;
 }
 

@@ -5,13 +5,14 @@
 #include "decoding/log_header.h"
 #include "decoding/range_decoders.h"
 #include "encoder/range_encoder.h"
+#include "gnss/constants.h"
 
 using namespace decoding;
 using namespace encoding;
 
 namespace {
 
-constexpr double kC = 299792458.0;
+constexpr double kC = gnss::kSpeedOfLight;
 
 RangeSignal gpsL1(int satellite, double pseudorange) {
     RangeSignal s;

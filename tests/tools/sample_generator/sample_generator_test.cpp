@@ -30,6 +30,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include "gnss/constants.h"
 #include "params/file_header.h"
 
 using namespace decoding;
@@ -368,7 +369,7 @@ TEST(SampleGenerator, PositionFixLiesOnTheAntennaAboveTheMarker) {
     EXPECT_NE(p.positionType, 0u);
     // Lowered by the antenna height and taken to X, Y, Z as the converter does, the fix is
     // the RINEX approximate position.
-    const double a = 6378137.0, e2 = 0.0066943799901413165, rad = 0.017453292519943295;
+    const double a = gnss::kWgs84SemiMajorAxis, e2 = gnss::kWgs84EccentricitySquared, rad = gnss::kDegree;
     const double phi = p.latitude * rad, lambda = p.longitude * rad;
     const double height = p.height + p.undulation - sourceFile().header.antennaDeltaHen[0];
     const double n = a / std::sqrt(1 - e2 * std::sin(phi) * std::sin(phi));

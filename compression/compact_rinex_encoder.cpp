@@ -1,0 +1,699 @@
+#include "compression/compact_rinex_encoder.h"
+
+#include <cstring>
+#include <ctime>
+
+namespace compression {
+
+namespace {
+
+constexpr size_t kOutBlock = 1 << 18;
+// Room for the longest line the encoder writes: a copied line, or a satellite line of
+// 100 fields of at most 19 characters and 200 flag characters.
+constexpr size_t kOutSlack = 8192;
+
+const char kBlanks[16] = {' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' '};
+
+inline bool isLittleEndian() {
+    const uint16_t one = 1;
+    uint8_t first;
+    std::memcpy(&first, &one, 1);
+    return first == 1;
+}
+
+inline bool isDigit(char c) {
+    return static_cast<unsigned char>(c - '0') < 10;
+}
+
+// Two-digit pairs "00".."99" for the decimal form.
+constexpr char kPairs[] = "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+                          "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+                          "8081828384858687888990919293949596979899";
+
+// Appends v in plain decimal; returns the new end.
+inline char* putInteger(char* p, int64_t v) {
+    uint64_t m;
+    if (v < 0) {
+        *p++ = '-';
+        m = uint64_t(0) - uint64_t(v);
+    } else {
+        m = uint64_t(v);
+    }
+    if (m < 10) {
+        *p++ = char('0' + m);
+        return p;
+    }
+    // Count the digits, then write them backwards in place, two at a time.
+    int n = 2;
+    for (uint64_t limit = 100; n < 20 && m >= limit; limit *= 10) ++n;
+    char* q = p + n;
+    while (m >= 100) {
+        const unsigned pair = unsigned(m % 100);
+        m /= 100;
+        q -= 2;
+        q[0] = kPairs[2 * pair];
+        q[1] = kPairs[2 * pair + 1];
+    }
+    if (m >= 10) {
+        q[-2] = kPairs[2 * m];
+        q[-1] = kPairs[2 * m + 1];
+    } else {
+        q[-1] = char('0' + m);
+    }
+    return p + n;
+}
+
+// Eight ASCII digits (the first the most significant) to their value; bytes that are 0 or a
+// blank count as 0.
+inline uint64_t eightDigits(uint64_t v) {
+    v = ((v & 0x0F0F0F0F0F0F0F0Full) * 2561) >> 8;
+    v = ((v & 0x00FF00FF00FF00FFull) * 6553601) >> 16;
+    return ((v & 0x0000FFFF0000FFFFull) * 42949672960001ull) >> 32;
+}
+
+// A 14-character value field (F14.3): 1 = value in *v (× 1000), 0 = blank, -1 = malformed.
+// Accepted: blanks, an optional '-', digits without leading zeros (a lone 0 is fine), the
+// point in the 11th place, three digits. The integer part is read eight characters at a time.
+inline int parseValue(const char* f, int64_t* v) {
+    if (f[10] != '.') return std::memcmp(f, kBlanks, 14) == 0 ? 0 : -1;
+    if (!isDigit(f[11]) || !isDigit(f[12]) || !isDigit(f[13])) return -1;
+    const int64_t fraction = (f[11] - '0') * 100 + (f[12] - '0') * 10 + (f[13] - '0');
+    uint64_t word; // characters 3 to 10, the third in the lowest byte
+    std::memcpy(&word, f + 2, 8);
+    if (!isLittleEndian()) word = __builtin_bswap64(word);
+    const uint64_t a = word ^ 0x3030303030303030ull;
+    const uint64_t nonDigit = (((a & 0x7F7F7F7F7F7F7F7Full) + 0x7676767676767676ull) | a) & 0x8080808080808080ull;
+    bool negative = false;
+    int64_t whole;
+    if (nonDigit == 0) {
+        // Eight digits or more: the first two characters hold blanks, a sign or digits.
+        int64_t high = 0;
+        if (f[0] == ' ' && f[1] == ' ') {
+            if (f[2] == '0') return -1;
+        } else if (f[0] == ' ' && f[1] == '-') {
+            negative = true;
+            if (f[2] == '0') return -1;
+        } else if ((f[0] == ' ' || f[0] == '-') && isDigit(f[1]) && f[1] != '0') {
+            negative = f[0] == '-';
+            high = f[1] - '0';
+        } else if (isDigit(f[0]) && f[0] != '0' && isDigit(f[1])) {
+            high = (f[0] - '0') * 10 + (f[1] - '0');
+        } else {
+            return -1;
+        }
+        whole = high * 100000000 + int64_t(eightDigits(word));
+    } else {
+        // The last character that is not a digit must be a blank or the sign, with blanks
+        // only before it.
+        const int k = (63 - __builtin_clzll(nonDigit)) >> 3; // its byte, 0..7
+        const char last = f[2 + k];
+        if (f[0] != ' ' || f[1] != ' ' || (last != ' ' && last != '-')) return -1;
+        if (k > 0) {
+            const uint64_t t = word ^ 0x2020202020202020ull;
+            const uint64_t nonBlank = (((t & 0x7F7F7F7F7F7F7F7Full) + 0x7F7F7F7F7F7F7F7Full) | t) & 0x8080808080808080ull;
+            if (nonBlank & ((uint64_t(1) << (8 * k)) - 1)) return -1;
+        }
+        if (k < 6 && f[3 + k] == '0') return -1; // a leading zero before more digits
+        negative = last == '-';
+        const uint64_t digits = k == 7 ? 0 : word & ~((uint64_t(1) << (8 * (k + 1))) - 1);
+        whole = int64_t(eightDigits(digits));
+    }
+    const int64_t x = whole * 1000 + fraction;
+    *v = negative ? -x : x;
+    return 1;
+}
+
+inline int64_t absolute(int64_t v) {
+    return v < 0 ? -v : v;
+}
+
+inline uint32_t idKey(const char* id) {
+    return uint32_t(uint8_t(id[0])) | uint32_t(uint8_t(id[1])) << 8 | uint32_t(uint8_t(id[2])) << 16;
+}
+
+inline unsigned hashOf(uint32_t key) {
+    return (key * 2654435761u) >> 24;
+}
+
+// diff(P, N) of the compact format: blank = unchanged, '&' = became blank, else the new
+// character; trailing blanks removed. Returns the new end.
+char* putDifference(char* p, const char* previous, size_t pl, const char* next, size_t nl) {
+    char* const start = p;
+    const size_t common = pl < nl ? pl : nl;
+    for (size_t k = 0; k < common; ++k) {
+        const char n = next[k];
+        *p++ = n == previous[k] ? ' ' : (n == ' ' ? '&' : n);
+    }
+    for (size_t k = common; k < pl; ++k) *p++ = previous[k] == ' ' ? ' ' : '&';
+    for (size_t k = common; k < nl; ++k) *p++ = next[k];
+    while (p > start && p[-1] == ' ') --p;
+    return p;
+}
+
+} // namespace
+
+CompactRinexEncoder::CompactRinexEncoder(OutputSink& sink, std::string programName)
+    : sink_(sink), program_(std::move(programName)), out_(kOutBlock + kOutSlack) {
+    if (program_.size() > 40) program_.resize(40);
+    for (int& t : types_) t = -1;
+    epochText_.reserve(512);
+    previousEpoch_.reserve(512);
+}
+
+bool CompactRinexEncoder::fail(const std::string& what) {
+    if (stage_ != Stage::Failed) error_ = "line " + std::to_string(lineNumber_) + ": " + what;
+    stage_ = Stage::Failed;
+    return false;
+}
+
+void CompactRinexEncoder::writeOut(const char* data, size_t size) {
+    std::memcpy(out_.data() + outSize_, data, size);
+    outSize_ += size;
+}
+
+void CompactRinexEncoder::writeLine(const char* data, size_t size) {
+    std::memcpy(out_.data() + outSize_, data, size);
+    outSize_ += size;
+    out_[outSize_++] = '\n';
+}
+
+bool CompactRinexEncoder::flushOut() {
+    if (outSize_ == 0) return true;
+    const bool ok = sink_.write(out_.data(), outSize_);
+    outSize_ = 0;
+    if (!ok) {
+        error_ = sink_.error();
+        stage_ = Stage::Failed;
+    }
+    return ok;
+}
+
+char* CompactRinexEncoder::reserveBody(size_t size) {
+    if (body_.size() < bodySize_ + size) body_.resize((bodySize_ + size) * 2);
+    return body_.data() + bodySize_;
+}
+
+int CompactRinexEncoder::readCount(const char* text, size_t length, size_t from, size_t width) const {
+    // An unsigned integer with blanks around it (as a formatted read takes it); -1 if
+    // blank or malformed.
+    int value = -1;
+    bool ended = false;
+    for (size_t i = from; i < from + width; ++i) {
+        const char c = i < length ? text[i] : ' ';
+        if (c == ' ') {
+            if (value >= 0) ended = true;
+        } else if (isDigit(c) && !ended) {
+            value = (value < 0 ? 0 : value * 10) + (c - '0');
+        } else {
+            return -1;
+        }
+    }
+    return value;
+}
+
+bool CompactRinexEncoder::addLine(const char* text, size_t length) {
+    ++lineNumber_;
+    if (stage_ == Stage::Failed) return false;
+    if (length > 0 && text[length - 1] == '\r') --length;
+    while (length > 0 && text[length - 1] == ' ') --length;
+    if (length > 0 && text[length - 1] == '\r') return fail("line ends in a second carriage return");
+    if (length > kMaxLineLength) return fail("line longer than " + std::to_string(kMaxLineLength) + " characters");
+    if (outSize_ >= kOutBlock && !flushOut()) return false;
+    switch (stage_) {
+    case Stage::Satellites:
+        return compactVersion_ == 3 ? satelliteLine3(text, length) : satelliteLine1(text, length);
+    case Stage::Epoch:
+        return compactVersion_ == 3 ? epochLine3(text, length) : epochLine1(text, length);
+    case Stage::EpochContinuation:
+        return epochContinuation1(text, length);
+    case Stage::EventRecords:
+        return eventRecord(text, length);
+    case Stage::First:
+    case Stage::Header:
+        return headerLine(text, length);
+    case Stage::Failed:
+        break;
+    }
+    return false;
+}
+
+bool CompactRinexEncoder::finish() {
+    switch (stage_) {
+    case Stage::Failed:
+        return false;
+    case Stage::First:
+        return fail("empty file, not a RINEX observation file");
+    case Stage::Header:
+        return fail("the file ends before END OF HEADER");
+    case Stage::EpochContinuation:
+    case Stage::Satellites:
+        return fail("the file ends inside an epoch (" + std::to_string(satellitesRead_) + " of " +
+                    std::to_string(satellitesExpected_) + " satellites)");
+    case Stage::EventRecords:
+        return fail("the file ends inside an event (" + std::to_string(eventRecordsLeft_) + " records missing)");
+    case Stage::Epoch:
+        break;
+    }
+    return flushOut();
+}
+
+// ---- header ----------------------------------------------------------------------------
+
+bool CompactRinexEncoder::headerLine(const char* text, size_t length) {
+    const auto label = [&](const char* name) {
+        const size_t n = std::strlen(name);
+        return length >= 60 + n && std::memcmp(text + 60, name, n) == 0;
+    };
+    if (stage_ == Stage::First) {
+        if (!label("RINEX VERSION / TYPE") || length < 21 || text[20] != 'O')
+            return fail("not a RINEX observation file (first line is not an observation RINEX VERSION / TYPE line)");
+        if (text[5] == '3' || text[5] == '4') {
+            compactVersion_ = 3;
+        } else if (text[5] == '2') {
+            compactVersion_ = 1;
+        } else {
+            return fail("RINEX version '" + std::string(text, 9) + "' has no compact form here (2.xx, 3.xx, 4.xx)");
+        }
+        char line[128];
+        const int n = std::snprintf(line, sizeof line, "%-20s%-20s%-20s%-20s\n", compactVersion_ == 3 ? "3.0" : "1.0",
+                                    "COMPACT RINEX FORMAT", "", "CRINEX VERS   / TYPE");
+        writeOut(line, size_t(n));
+        const std::time_t now = std::time(nullptr);
+        std::tm utc{};
+        gmtime_r(&now, &utc);
+        char date[32];
+        std::strftime(date, sizeof date, "%d-%b-%y %H:%M", &utc);
+        const int m = std::snprintf(line, sizeof line, "%-40s%-20s%s\n", program_.c_str(), date, "CRINEX PROG / DATE");
+        writeOut(line, size_t(m));
+        stage_ = Stage::Header;
+    } else if (compactVersion_ == 3 && label("SYS / # / OBS TYPES") && text[0] != ' ') {
+        const int count = readCount(text, length, 3, 3);
+        if (count < 1 || count > kMaxTypes)
+            return fail("SYS / # / OBS TYPES: the number of types must be 1 to " + std::to_string(kMaxTypes));
+        types_[uint8_t(text[0])] = count;
+    } else if (compactVersion_ == 1 && label("# / TYPES OF OBSERV") && text[5] != ' ') {
+        const int count = readCount(text, length, 0, 6);
+        if (count < 1 || count > kMaxTypes)
+            return fail("# / TYPES OF OBSERV: the number of types must be 1 to " + std::to_string(kMaxTypes));
+        if (types1_ < 0) types1_ = count;
+    }
+    writeLine(text, length);
+    if (label("END OF HEADER")) {
+        if (compactVersion_ == 1 && types1_ < 0) return fail("the header declares no # / TYPES OF OBSERV");
+        stage_ = Stage::Epoch;
+        initialise();
+    }
+    return true;
+}
+
+void CompactRinexEncoder::initialise() {
+    previousEpoch_.clear();
+    previousCount_ = 0;
+    stamp_[current_ ^ 1] = 0; // no slot of the previous table matches
+    clockOrder_ = -1;
+}
+
+// ---- epochs ----------------------------------------------------------------------------
+
+bool CompactRinexEncoder::parseClock(const char* field, size_t length, size_t pointAt, int64_t* value) {
+    // Blanks, an optional '-', digits, the point at pointAt, then digits to the end.
+    if (pointAt >= length || field[pointAt] != '.') return false;
+    size_t i = 0;
+    while (i < pointAt && field[i] == ' ') ++i;
+    bool negative = false;
+    if (i < pointAt && field[i] == '-') {
+        negative = true;
+        ++i;
+    }
+    if (i + 1 < pointAt && field[i] == '0') return false;
+    int64_t x = 0;
+    for (; i < pointAt; ++i) {
+        if (!isDigit(field[i])) return false;
+        x = x * 10 + (field[i] - '0');
+    }
+    if (pointAt + 1 == length) return false;
+    for (i = pointAt + 1; i < length; ++i) {
+        if (!isDigit(field[i])) return false;
+        x = x * 10 + (field[i] - '0');
+    }
+    *value = negative ? -x : x;
+    return true;
+}
+
+bool CompactRinexEncoder::epochLine3(const char* text, size_t length) {
+    if (length == 0 || text[0] != '>') return fail("expected an epoch line starting with '>'");
+    if (length < 32 || text[29] != ' ' || text[30] != ' ' || !isDigit(text[31]))
+        return fail("epoch line without its flag in column 32");
+    const int count = readCount(text, length, 32, 3);
+    if (text[31] > '1') {
+        // Events are copied and everything starts afresh after them.
+        if (count < 0) return fail("event line without its number of records in columns 33-35");
+        writeLine(text, length);
+        ++epochs_;
+        eventRecordsLeft_ = count;
+        initialise();
+        stage_ = count > 0 ? Stage::EventRecords : Stage::Epoch;
+        return true;
+    }
+    if (count < 0) return fail("epoch line without its number of satellites in columns 33-35");
+    if (count > kMaxSatellites) return fail("more than " + std::to_string(kMaxSatellites) + " satellites in an epoch");
+    satellitesExpected_ = count;
+    if (length > 56) return fail("epoch line longer than its 56 columns");
+    return startEpoch(text, length, 41, 15);
+}
+
+bool CompactRinexEncoder::epochLine1(const char* text, size_t length) {
+    if (length < 29 || text[0] != ' ' || text[26] != ' ' || text[27] != ' ' || !isDigit(text[28]))
+        return fail("expected an epoch line with its flag in column 29");
+    const int count = readCount(text, length, 29, 3);
+    if (text[28] > '1') {
+        if (count < 0) return fail("event line without its number of records in columns 30-32");
+        // Column 1 '&' marks the event line as one the decoder copies.
+        std::string line(text, length);
+        line[0] = '&';
+        writeLine(line.data(), line.size());
+        ++epochs_;
+        eventRecordsLeft_ = count;
+        initialise();
+        stage_ = count > 0 ? Stage::EventRecords : Stage::Epoch;
+        return true;
+    }
+    if (count < 0) return fail("epoch line without its number of satellites in columns 30-32");
+    if (count > kMaxSatellites) return fail("more than " + std::to_string(kMaxSatellites) + " satellites in an epoch");
+    satellitesExpected_ = count;
+    if (length > 80) return fail("epoch line longer than its 80 columns");
+    const size_t ids = size_t(count < 12 ? count : 12);
+    if ((length < 68 ? length : 68) < 32 + 3 * ids) return fail("epoch line lists fewer satellites than it counts");
+    if (!startEpoch(text, length, 68, 12)) return false;
+    // The first line's IDs, in columns 33 onwards; the rest follow on continuation lines.
+    for (size_t i = 0; i < ids; ++i) ids_[i] = idKey(text + 32 + 3 * i);
+    idsRead_ = int(ids);
+    linesPerSatellite_ = (types1_ + 4) / 5;
+    if (count == 0) return endEpoch();
+    if (idsRead_ < count) {
+        stage_ = Stage::EpochContinuation;
+        return true;
+    }
+    return listComplete1();
+}
+
+bool CompactRinexEncoder::epochContinuation1(const char* text, size_t length) {
+    const int remaining = satellitesExpected_ - idsRead_;
+    const int here = remaining < 12 ? remaining : 12;
+    if (length != 32 + 3 * size_t(here) || std::memcmp(text, kBlanks, 16) != 0 || std::memcmp(text + 16, kBlanks, 16) != 0)
+        return fail("expected a continuation line with " + std::to_string(here) + " satellites from column 33");
+    if (std::memchr(text + 32, '&', 3 * size_t(here))) return fail("'&' in a satellite ID");
+    epochText_.append(text + 32, 3 * size_t(here));
+    for (int i = 0; i < here; ++i) ids_[size_t(idsRead_ + i)] = idKey(text + 32 + 3 * i);
+    idsRead_ += here;
+    if (idsRead_ < satellitesExpected_) return true;
+    return listComplete1();
+}
+
+bool CompactRinexEncoder::listComplete1() {
+    // The IDs are all known before the records: check them and give them their slots now.
+    for (int i = 0; i < satellitesExpected_; ++i)
+        if (!insertCurrent(ids_[size_t(i)], i)) return false;
+    stage_ = Stage::Satellites;
+    return true;
+}
+
+bool CompactRinexEncoder::startEpoch(const char* text, size_t length, size_t clockStart, size_t clockLength) {
+    // '&' means "blank" in the compact epoch line.
+    if (std::memchr(text, '&', length < clockStart ? length : clockStart))
+        return fail("'&' in an epoch line");
+    haveClock_ = length > clockStart;
+    if (haveClock_) {
+        // Version 3: F15.12 in columns 42-56, point in 44; version 1: F12.9 in 69-80, point in 71.
+        const size_t fieldLength = length - clockStart;
+        if (fieldLength > clockLength || !parseClock(text + clockStart, fieldLength, 2, &clock_) ||
+            fieldLength != clockLength)
+            return fail("receiver clock offset not in the form F" + std::to_string(clockLength) + "." +
+                        std::to_string(clockLength - 3));
+        length = clockStart;
+    }
+    if (compactVersion_ == 3) {
+        epochText_.assign(text, length);
+        epochText_.resize(41, ' ');
+    } else {
+        while (length > 0 && text[length - 1] == ' ') --length;
+        epochText_.assign(text, length);
+    }
+    satellitesRead_ = 0;
+    recordLine_ = 0;
+    bodySize_ = 0;
+    currentCount_ = 0;
+    stamp_[current_] = nextStamp_++;
+    stage_ = satellitesExpected_ > 0 ? Stage::Satellites : Stage::Epoch;
+    if (compactVersion_ == 3 && satellitesExpected_ == 0) return endEpoch();
+    return true;
+}
+
+int CompactRinexEncoder::findPrevious(uint32_t id) const {
+    const int previous = current_ ^ 1;
+    const uint32_t stamp = stamp_[previous];
+    if (stamp == 0) return -1;
+    const HashSlot* table = table_[previous];
+    for (unsigned h = hashOf(id);; h = (h + 1) & 255) {
+        const HashSlot& s = table[h];
+        if (s.stamp != stamp) return -1;
+        if (s.key == id) return s.index;
+    }
+}
+
+bool CompactRinexEncoder::insertCurrent(uint32_t id, int index) {
+    const uint32_t stamp = stamp_[current_];
+    HashSlot* table = table_[current_];
+    for (unsigned h = hashOf(id);; h = (h + 1) & 255) {
+        HashSlot& s = table[h];
+        if (s.stamp != stamp) {
+            s.key = id;
+            s.stamp = stamp;
+            s.index = index;
+            return true;
+        }
+        if (s.key == id) {
+            const char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
+            return fail(std::string("satellite ") + name + " twice in one epoch");
+        }
+    }
+}
+
+bool CompactRinexEncoder::satelliteLine3(const char* text, size_t length) {
+    if (length > 0 && text[0] == '>')
+        return fail("epoch with " + std::to_string(satellitesRead_) + " satellite lines where it counts " +
+                    std::to_string(satellitesExpected_));
+    char id[3] = {' ', ' ', ' '};
+    std::memcpy(id, text, length < 3 ? length : 3);
+    const int types = types_[uint8_t(id[0])];
+    if (types < 0)
+        return fail(std::string("satellite line of system '") + id[0] + "', which the header does not declare");
+    const size_t width = 16 * size_t(types);
+    if (length > 3 + width)
+        return fail("satellite line longer than the " + std::to_string(types) + " observation types of system '" +
+                    id[0] + "'");
+    if (record_.size() < width) record_.resize(width);
+    const size_t data = length > 3 ? length - 3 : 0;
+    std::memcpy(record_.data(), text + 3, data);
+    std::memset(record_.data() + data, ' ', width - data);
+    if (id[0] == '&' || id[1] == '&' || id[2] == '&') return fail("'&' in a satellite ID");
+    const uint32_t key = idKey(id);
+    if (!insertCurrent(key, currentCount_)) return false;
+    epochText_.append(id, 3);
+    if (!encodeSatellite(key, types, record_.data())) return false;
+    if (++satellitesRead_ == satellitesExpected_) return endEpoch();
+    return true;
+}
+
+bool CompactRinexEncoder::satelliteLine1(const char* text, size_t length) {
+    const int before = recordLine_ * 5;
+    const int here = types1_ - before < 5 ? types1_ - before : 5;
+    const size_t width = 16 * size_t(here);
+    if (length > width) return fail("observation line longer than its " + std::to_string(here) + " fields");
+    const size_t total = 16 * size_t(types1_);
+    if (record_.size() < total) record_.resize(total);
+    char* p = record_.data() + 16 * size_t(before);
+    std::memcpy(p, text, length);
+    std::memset(p + length, ' ', width - length);
+    if (++recordLine_ < linesPerSatellite_) return true;
+    recordLine_ = 0;
+    const uint32_t key = ids_[size_t(satellitesRead_)];
+    if (!encodeSatellite(key, types1_, record_.data())) return false;
+    if (++satellitesRead_ == satellitesExpected_) return endEpoch();
+    return true;
+}
+
+bool CompactRinexEncoder::encodeSatellite(uint32_t id, int types, const char* record) {
+    std::vector<Satellite>& bank = banks_[current_];
+    if (int(bank.size()) <= currentCount_) bank.resize(size_t(currentCount_) + 1);
+    Satellite& sat = bank[size_t(currentCount_)];
+    ++currentCount_;
+    sat.id = id;
+    sat.types = types;
+    if (int(sat.arcs.size()) < types) {
+        sat.arcs.resize(size_t(types));
+        sat.flags.resize(2 * size_t(types));
+    }
+    const int previousIndex = findPrevious(id);
+    const Satellite* previous = previousIndex >= 0 ? &banks_[current_ ^ 1][size_t(previousIndex)] : nullptr;
+    if (previous && previous->types != types) previous = nullptr;
+
+    char* const start = reserveBody(21 * size_t(types) + 8);
+    char* p = start;
+    bool blank[kMaxTypes];
+    for (int j = 0; j < types; ++j) {
+        const char* field = record + 16 * j;
+        if (j > 0) *p++ = ' ';
+        Arc& arc = sat.arcs[size_t(j)];
+        int64_t v = 0;
+        const int kind = parseValue(field, &v);
+        if (kind < 0) {
+            char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
+            return fail(std::string("satellite ") + name + ", observation " + std::to_string(j + 1) +
+                        ": not a number of the form F14.3 ('" + std::string(field, 14) + "')");
+        }
+        if (field[14] == '&' || field[15] == '&') {
+            char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
+            return fail(std::string("satellite ") + name + ", observation " + std::to_string(j + 1) +
+                        ": '&' as a flag");
+        }
+        sat.flags[2 * size_t(j)] = field[14];
+        sat.flags[2 * size_t(j) + 1] = field[15];
+        blank[j] = kind == 0;
+        if (kind == 0) {
+            if (compactVersion_ == 1 && (field[14] != ' ' || field[15] != ' ')) {
+                char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
+                return fail(std::string("satellite ") + name + ", observation " + std::to_string(j + 1) +
+                            ": flags on a blank value");
+            }
+            arc.order = -1;
+            continue;
+        }
+        const Arc* before = previous ? &previous->arcs[size_t(j)] : nullptr;
+        if (before && before->order >= 0) {
+            const int k = before->order < 3 ? before->order + 1 : 3;
+            arc.d[0] = v;
+            arc.u[0] = v / 100000;
+            for (int i = 0; i < k; ++i) {
+                arc.d[i + 1] = arc.d[i] - before->d[i];
+                arc.u[i + 1] = arc.u[i] - before->u[i];
+            }
+            if (absolute(arc.u[k]) <= 100000) {
+                arc.order = k;
+                p = putInteger(p, arc.d[k]);
+                continue;
+            }
+        }
+        // A new arc: the raw value, announced with the highest difference order used.
+        arc.order = 0;
+        arc.d[0] = v;
+        arc.u[0] = v / 100000;
+        *p++ = '3';
+        *p++ = '&';
+        p = putInteger(p, v);
+    }
+    *p++ = ' ';
+    const char* flags = sat.flags.data();
+    const size_t n = 2 * size_t(types);
+    if (!previous) {
+        if (compactVersion_ == 3) {
+            for (size_t k = 0; k < n; ++k) *p++ = flags[k] == ' ' ? '&' : flags[k];
+        } else {
+            std::memcpy(p, flags, n);
+            p += n;
+        }
+    } else if (std::memcmp(previous->flags.data(), flags, n) != 0) {
+        // Unchanged flags (the usual case) give nothing; the trailing blanks go below.
+        const char* old = previous->flags.data();
+        for (size_t k = 0; k < n; ++k) {
+            char o = old[k];
+            if (compactVersion_ == 1 && blank[k / 2]) o = ' ';
+            const char c = flags[k];
+            *p++ = c == o ? ' ' : (c == ' ' ? '&' : c);
+        }
+    }
+    while (p > start && p[-1] == ' ') --p;
+    *p++ = '\n';
+    bodySize_ = size_t(p - body_.data());
+    return true;
+}
+
+bool CompactRinexEncoder::endEpoch() {
+    ++epochs_;
+    // Make room for the epoch line, the clock line and the body.
+    if (outSize_ + epochText_.size() + previousEpoch_.size() + 64 + bodySize_ > out_.size()) {
+        if (!flushOut()) return false;
+        if (epochText_.size() + previousEpoch_.size() + 64 + bodySize_ > out_.size())
+            out_.resize(epochText_.size() + previousEpoch_.size() + 64 + bodySize_);
+    }
+    char* p = out_.data() + outSize_;
+    if (compactVersion_ == 3) {
+        size_t n = epochText_.size();
+        if (previousEpoch_.empty()) {
+            while (n > 0 && epochText_[n - 1] == ' ') --n;
+            std::memcpy(p, epochText_.data(), n);
+            p += n;
+        } else {
+            p = putDifference(p, previousEpoch_.data(), previousEpoch_.size(), epochText_.data(), n);
+        }
+    } else {
+        if (previousEpoch_.empty()) {
+            *p++ = '&';
+            std::memcpy(p, epochText_.data() + 1, epochText_.size() - 1);
+            p += epochText_.size() - 1;
+        } else {
+            p = putDifference(p, previousEpoch_.data(), previousEpoch_.size(), epochText_.data(), epochText_.size());
+        }
+    }
+    *p++ = '\n';
+    if (haveClock_) {
+        if (clockOrder_ < 0) {
+            clockOrder_ = 0;
+            clockD_[0] = clock_;
+            *p++ = '3';
+            *p++ = '&';
+            p = putInteger(p, clock_);
+        } else {
+            const int k = clockOrder_ < 3 ? clockOrder_ + 1 : 3;
+            int64_t d[4];
+            d[0] = clock_;
+            for (int i = 0; i < k; ++i) d[i + 1] = d[i] - clockD_[i];
+            for (int i = 0; i <= k; ++i) clockD_[i] = d[i];
+            clockOrder_ = k;
+            p = putInteger(p, d[k]);
+        }
+    } else {
+        clockOrder_ = -1;
+    }
+    *p++ = '\n';
+    if (bodySize_ > 0) std::memcpy(p, body_.data(), bodySize_); // an epoch without satellites has no body yet
+    p += bodySize_;
+    outSize_ = size_t(p - out_.data());
+
+    previousEpoch_.swap(epochText_);
+    previousCount_ = currentCount_;
+    current_ ^= 1;
+    stage_ = Stage::Epoch;
+    return true;
+}
+
+bool CompactRinexEncoder::eventRecord(const char* text, size_t length) {
+    if (compactVersion_ == 3) {
+        if (length >= 79 && std::memcmp(text + 60, "SYS / # / OBS TYPES", 19) == 0 && text[0] != ' ') {
+            const int count = readCount(text, length, 3, 3);
+            if (count < 1 || count > kMaxTypes)
+                return fail("SYS / # / OBS TYPES: the number of types must be 1 to " + std::to_string(kMaxTypes));
+            types_[uint8_t(text[0])] = count;
+        }
+    } else if (length >= 79 && std::memcmp(text + 60, "# / TYPES OF OBSERV", 19) == 0 && text[5] != ' ') {
+        const int count = readCount(text, length, 0, 6);
+        if (count < 1 || count > kMaxTypes)
+            return fail("# / TYPES OF OBSERV: the number of types must be 1 to " + std::to_string(kMaxTypes));
+        types1_ = count;
+    }
+    writeLine(text, length);
+    if (--eventRecordsLeft_ == 0) stage_ = Stage::Epoch;
+    return true;
+}
+
+} // namespace compression

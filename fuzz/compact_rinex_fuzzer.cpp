@@ -1,0 +1,14 @@
+// libFuzzer entry point of the Compact RINEX target: a broken invariant is a crash.
+#include <cstdio>
+#include <cstdlib>
+
+#include "targets.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string broken = fuzzing::runCompactRinex(data, size);
+    if (!broken.empty()) {
+        std::fprintf(stderr, "compact_rinex target: %s\n", broken.c_str());
+        std::abort();
+    }
+    return 0;
+}
