@@ -7,6 +7,7 @@
 #include "params/config_rows.h"
 #include "params/file_header.h"
 #include "params/output_options.h"
+#include "rinex/rinex_version.h"
 #include "velmoor/versions.h"
 
 namespace cli {
@@ -36,7 +37,23 @@ QString helpEpilogue() {
                           "Each INPUT is converted into five files: an observation file and the GPS,\n"
                           "GLONASS, Galileo and BeiDou navigation files. Their names are the output path\n"
                           "with its last character replaced by O, N, G, L and C. Existing files are never\n"
-                          "overwritten: the conversion of that input fails instead.\n"
+                          "overwritten: the conversion of that input fails instead. With --nav-merged\n"
+                          "the navigation records go into one mixed file, last letter P, instead.\n"
+                          "\n"
+                          "RINEX 3.02, 3.03 and 3.04: observations of every system; GPS, GLONASS,\n"
+                          "Galileo and BeiDou navigation records; the GPS ionosphere and leap seconds\n"
+                          "in the navigation header.\n"
+                          "\n"
+                          "RINEX 3.05: as 3.04, plus the GLONASS fourth orbit line (L1/L2 group delay\n"
+                          "difference, accuracy index); no LEAP SECONDS line in the GLONASS navigation\n"
+                          "file; BeiDou leap seconds named BDT.\n"
+                          "\n"
+                          "RINEX 4.00: observations as 3.05; every navigation record opens with a lead\n"
+                          "line (> EPH: GPS LNAV, GLONASS FDMA, Galileo INAV/FNAV, BeiDou D1/D2); the GPS\n"
+                          "and BeiDou ionosphere and UTC values are > ION and > STO records instead of\n"
+                          "header lines.\n"
+                          "\n"
+                          "No version drops a system the board delivers.\n"
                           "\n"
                           "Without the output options (--start ... --compress) every file is the whole\n"
                           "input converted. Examples:\n"
@@ -81,7 +98,14 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         "info", "Print the input's header rows as 'name = value' lines and convert nothing.");
     const QCommandLineOption quiet({"q", "quiet"},
                                    "Print nothing but failures (no progress, messages or summaries).");
-    const QCommandLineOption rinex("rinex", "RINEX version: 3.02, 3.03 or 3.04. Default: 3.04.", "VERSION");
+    const QCommandLineOption rinex("rinex",
+                                   QString("RINEX version: %1. Default: %2 (see the RINEX versions below).")
+                                       .arg(joined(rinex::versionTexts()),
+                                            QString::fromLatin1(rinex::versionText(rinex::kDefaultVersion))),
+                                   "VERSION");
+    const QCommandLineOption navMerged(
+        "nav-merged",
+        "Write one mixed navigation file (last letter P) instead of the four per-system navigation files.");
     const QCommandLineOption mode(
         "mode",
         "PPK mode: none (every epoch), only (only confirmed marker samples) or mix "
@@ -160,7 +184,7 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     parser.addOptions({help, version, output, jobs, info, quiet, rinex, mode, markerName, markerNumber,
                        markerType, latitude, longitude, height, antennaName, antennaSpec, antennaHeight,
                        heightType, start, end, interval, systems, longName, country, monument, receiver,
-                       compress});
+                       compress, navMerged});
     parser.addPositionalArgument("INPUT", "Receiver data file(s) to convert.", "INPUT...");
 
     auto usageError = [&result](const QString& text) {
@@ -204,10 +228,12 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     ConvertOptions& set = result.overrides;
     if (parser.isSet(rinex)) {
         const QString value = parser.value(rinex);
-        if (value != "3.02" && value != "3.03" && value != "3.04")
-            return usageError(QString("bad value for --rinex: '%1' (3.02, 3.03 or 3.04)").arg(value));
+        if (!rinex::versionTexts().contains(value))
+            return usageError(
+                QString("bad value for --rinex: '%1' (%2)").arg(value, joined(rinex::versionTexts())));
         set["Version"] = value;
     }
+    if (parser.isSet(navMerged)) set["Navigation Merged"] = "1";
     if (parser.isSet(mode)) {
         const QString value = parser.value(mode).toLower();
         const QStringList modes = {"none", "only", "mix"};

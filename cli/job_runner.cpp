@@ -47,9 +47,10 @@ qint64 countObservationEpochs(const QString& path, qint64 limit) {
     return epochs;
 }
 
-QStringList outputFileNames(const QString& outputPath) {
+QStringList outputFileNames(const QString& outputPath, bool mergedNavigation) {
     const QString base = outputPath.left(outputPath.size() - 1);
     QStringList names;
+    if (mergedNavigation) return names << base + "O" << base + "P";
     for (const char* letter : {"O", "N", "G", "L", "C"})
         names << base + letter;
     return names;
@@ -161,6 +162,7 @@ void JobRunner::startNext() {
     running_ << conversion;
     clocks_[job.input].start();
     outputPaths_[job.input] = job.options.value("Path Output");
+    mergedNavigation_[job.input] = job.options.value("Navigation Merged") == "1";
     output_.started(job.input);
     conversion->start();
 }
@@ -193,7 +195,7 @@ void JobRunner::jobDone(ConversionJob* job, bool ok, const QString& msg) {
         if (reportedFiles_.contains(input)) {
             output_.succeeded(input, reportedEpochs_.value(input, -1), reportedFiles_.value(input), seconds);
         } else {
-            const QStringList outputs = outputFileNames(outputPaths_.value(input));
+            const QStringList outputs = outputFileNames(outputPaths_.value(input), mergedNavigation_.value(input));
             output_.succeeded(input, job->observationEpochs(outputs.first()), outputs, seconds);
         }
     } else {

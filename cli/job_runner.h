@@ -17,8 +17,9 @@ class ProgressOutput;
 // Epoch records (flag 0 or 1) in a RINEX 3 observation file, or in its first limit bytes
 // when limit >= 0; -1 when it cannot be read.
 qint64 countObservationEpochs(const QString& path, qint64 limit = -1);
-// The five files the writer makes from an output path: O, N, G, L, C.
-QStringList outputFileNames(const QString& outputPath);
+// The files the writer makes from an output path: O, N, G, L, C; or O and P with the mixed
+// navigation file.
+QStringList outputFileNames(const QString& outputPath, bool mergedNavigation = false);
 
 // One conversion, driven the way a conversion tab drives it: the worker is moved to this
 // job's thread, started by a queued signal and destroyed by a queued deleteLater.
@@ -96,6 +97,7 @@ private:
     // Files and epochs the worker reported (long names, compression, systems left out).
     QMap<QString, QStringList> reportedFiles_;
     QMap<QString, qint64> reportedEpochs_;
+    QMap<QString, bool> mergedNavigation_; // written with one mixed navigation file
 };
 
 } // namespace cli

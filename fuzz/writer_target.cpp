@@ -24,6 +24,7 @@ constexpr qint64 kLine = 82;
 constexpr qint64 kObservationHeaderLines = 65; // 64 reserved lines and END OF HEADER
 constexpr qint64 kNavigationHeaderLines = 9;   // 8 reserved lines and END OF HEADER
 constexpr qint64 kNavigationSystemTexts = 6 + 10 + 6 + 10;
+constexpr qint64 kMixedSystemText = 8; // "M: MIXED"
 
 [[noreturn]] void fail(const QString& file, const std::string& what) {
     throw Broken{file.toStdString() + ": " + what};
@@ -150,13 +151,26 @@ void checkObservationBody(const QString& name, const QByteArray& bytes) {
     }
 }
 
-} // namespace
+// Navigation records after the header: every line at most 80 characters.
+void checkNavigationBody(const QString& name, const QByteArray& bytes) {
+    int start = int(kNavigationHeaderLines * kLine);
+    while (start < bytes.size()) {
+        const int end = bytes.indexOf("\r\n", start);
+        if (end < 0) return; // reported by checkLineEnds
+        if (end - start > 80)
+            fail(name,
+                 "navigation line longer than 80 characters: " + bytes.mid(start, end - start).toStdString());
+        start = end + 2;
+    }
+}
 
-std::string runWriter(const uint8_t* data, size_t size) try {
+std::string run(const uint8_t* data, size_t size, const char* version, bool mergedNavigation) try {
     if (!scratch().isValid()) fail(scratch().path(), "no scratch folder");
     ByteReader in(data, size);
     auto writer = std::make_unique<Rinex3xx>();
     applyOptions(*writer, in);
+    if (version != nullptr && !writer->setVersion(QByteArray(version))) fail(version, "version refused");
+    writer->setNavigationMerged(mergedNavigation);
 
     qint64 reported = writer->open(scratch().filePath("fuzz.00_"));
     if (reported <= 0) fail(scratch().filePath("fuzz.00_"), "open failed");
@@ -205,14 +219,27 @@ std::string runWriter(const uint8_t* data, size_t size) try {
         total += bytes.size();
         checkHeader(files[i], bytes, i == 0 ? kObservationHeaderLines : kNavigationHeaderLines);
         checkLineEnds(files[i], bytes);
-        if (i == 0) checkObservationBody(files[i], bytes);
+        if (i == 0)
+            checkObservationBody(files[i], bytes);
+        else
+            checkNavigationBody(files[i], bytes);
         QFile::remove(files[i]);
     }
-    if (total != reported - kNavigationSystemTexts)
+    if (total != reported - (mergedNavigation ? kMixedSystemText : kNavigationSystemTexts))
         fail(files.value(0), "file sizes differ from the bytes reported");
     return {};
 } catch (const Broken& broken) {
     return broken.what;
+}
+
+} // namespace
+
+std::string runWriter(const uint8_t* data, size_t size) {
+    return run(data, size, nullptr, false);
+}
+
+std::string runWriterAs(const uint8_t* data, size_t size, const char* version, bool mergedNavigation) {
+    return run(data, size, version, mergedNavigation);
 }
 
 } // namespace fuzzing

@@ -31,6 +31,7 @@ double numberOrZero(const QString& text) {
 
 void applyOptions(const ConvertOptions& options, Rinex3xx& writer) {
     if (options.contains("Version")) writer.setVersion(options.value("Version").toUtf8());
+    if (options.value("Navigation Merged") == "1") writer.setNavigationMerged(true);
 
     writer.setMarker(options.value("Marker Name").toUtf8(), options.value("Marker Number").toUtf8(),
                      options.value("Marker Type").toUtf8());

@@ -1,6 +1,7 @@
 #include "params/config_rows.h"
 
 #include "params/output_options.h"
+#include "rinex/rinex_version.h"
 
 namespace {
 
@@ -20,8 +21,9 @@ QList<ConfigRow> configRows(const ParameterMap& header) {
         if (found != header.constEnd()) rows << ConfigRow{ConfigRow::ReadOnly, name, found.value(), {}, {}};
     }
 
-    rows << choiceRow("Version", {"3.02", "3.03", "3.04"}, {"RINEX 3.02", "RINEX 3.03", "RINEX 3.04"},
-                      "3.04");
+    // The three first versions in their order, then each added version.
+    rows << choiceRow("Version", rinex::versionTexts(), rinex::versionTitles(),
+                      QString::fromLatin1(rinex::versionText(rinex::kDefaultVersion)));
 
     QStringList markerTypes;
     for (const QByteArray& type : MarkerTypeNames)

@@ -10,6 +10,7 @@
 #include "gnss/constants.h"
 #include "gnss/gps_calendar.h"
 #include "rinex/number_format.h"
+#include "rinex/rinex4_navigation.h"
 #include "velmoor/versions.h"
 
 namespace rinex {
@@ -42,6 +43,7 @@ qint64 writeLine(QIODevice* file, const char* line, int length) {
 struct RecordText {
     char text[8 * kLineCapacity];
     int used = 0;
+    bool damaged = false; // a field that does not fit its columns: the record is not written
 
     void append(const char* line, int length) {
         if (length <= 0 || used + length > static_cast<int>(sizeof text)) return;
@@ -76,6 +78,11 @@ void appendFirstLine(RecordText& record, char system, int satellite, const gnss:
         }
         n = 23;
     } else {
+        // A satellite number of more than two digits would shift every column of the line.
+        if (!twoDigits(satellite)) {
+            record.damaged = true;
+            return;
+        }
         n = std::snprintf(line, sizeof line, "%c%02d %04d %02d %02d %02d %02d %02d", system, satellite,
                           c.year, c.month, c.day, c.hour, c.minute, c.second);
     }
@@ -99,7 +106,21 @@ void appendOrbitLine(RecordText& record, double v0, double v1, double v2, double
 }
 
 qint64 writeRecord(QIODevice* file, const RecordText& record) {
+    if (record.damaged) return 0;
     return writeLine(file, record.text, record.used);
+}
+
+// RINEX 4.00 records start with a lead line naming record type, satellite and message.
+void appendLeadLine(RecordText& record, Version version, char system, int satellite, const char* message) {
+    if (version != Version::V400) return;
+    char line[kLineCapacity];
+    record.append(line, formatLeadLine(line, sizeof line, "EPH", system, satellite, message));
+}
+
+// 4.00 records end each line after its last value, as receivers' own 4.00 files do.
+qint64 writeRecord(QIODevice* file, RecordText& record, Version version) {
+    if (version == Version::V400) record.used = trimLineEnds(record.text, record.used);
+    return writeRecord(file, record);
 }
 
 // Signal-in-space accuracy index to metres.
@@ -151,13 +172,17 @@ struct BeidouRecord {
     double transmission, aodc;
 };
 
-qint64 writeGalileoRecord(QIODevice* file, QMap<quint32, double>& lastToe, const GalileoRecord& r) {
+qint64 writeGalileoRecord(QIODevice* file, QMap<quint32, double>& lastToe, const GalileoRecord& r,
+                          Version version) {
     if (!isOpen(file)) return 0;
     const auto last = lastToe.constFind(r.satellite);
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
     if (!plausibleEpoch(r.week, r.toc)) return 0;
     const gnss::CalendarTime c = gnss::gpsCalendar(r.week, roundedMilliseconds(r.toc));
     RecordText record;
+    // Bit 1 of the data sources marks F/NAV, bits 0 and 2 I/NAV.
+    appendLeadLine(record, version, 'E', static_cast<int>(r.satellite),
+                   (static_cast<unsigned>(r.dataSources) & 2u) != 0 ? "FNAV" : "INAV");
     appendFirstLine(record, 'E', static_cast<int>(r.satellite), c, r.af0, r.af1, r.af2);
     appendOrbitLine(record, r.iodNav, r.crs, r.deltaN, r.m0);
     appendOrbitLine(record, r.cuc, r.eccentricity, r.cus, r.sqrtA);
@@ -166,12 +191,13 @@ qint64 writeGalileoRecord(QIODevice* file, QMap<quint32, double>& lastToe, const
     appendOrbitLine(record, r.iDot, r.dataSources, static_cast<double>(r.week), kNoValue);
     appendOrbitLine(record, r.sisa, r.health, r.bgdE5aE1, r.bgdE5bE1);
     appendOrbitLine(record, r.transmission, kNoValue, kNoValue, kNoValue);
-    const qint64 bytes = writeRecord(file, record);
+    const qint64 bytes = writeRecord(file, record, version);
     lastToe.insert(r.satellite, r.toe);
     return bytes;
 }
 
-qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const BeidouRecord& r) {
+qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const BeidouRecord& r,
+                         Version version) {
     if (!isOpen(file)) return 0;
     const auto last = lastToe.constFind(r.satellite);
     if (last != lastToe.constEnd() && last.value() == r.toe) return 0;
@@ -180,6 +206,7 @@ qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const 
     // BeiDou week 0 began in GPS week 1356: this gives the calendar of BeiDou time.
     const gnss::CalendarTime c = gnss::gpsCalendar(week, roundedMilliseconds(r.toc));
     RecordText record;
+    appendLeadLine(record, version, 'C', static_cast<int>(r.satellite), beidouMessageType(r.satellite));
     appendFirstLine(record, 'C', static_cast<int>(r.satellite), c, r.a0, r.a1, r.a2);
     appendOrbitLine(record, r.aode, r.crs, r.deltaN, r.m0);
     appendOrbitLine(record, r.cuc, r.eccentricity, r.cus, r.sqrtA);
@@ -188,7 +215,7 @@ qint64 writeBeidouRecord(QIODevice* file, QMap<quint32, double>& lastToe, const 
     appendOrbitLine(record, r.iDot, kNoValue, static_cast<double>(r.week), kNoValue);
     appendOrbitLine(record, r.accuracy, r.health, r.tgd1, r.tgd2);
     appendOrbitLine(record, r.transmission, r.aodc, kNoValue, kNoValue);
-    const qint64 bytes = writeRecord(file, record);
+    const qint64 bytes = writeRecord(file, record, version);
     lastToe.insert(r.satellite, r.toe);
     return bytes;
 }
@@ -259,6 +286,7 @@ qint64 reserveNavigationHeader(QIODevice* file, const char* systemText) {
 
 bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInfo& info) {
     if (!isOpen(file) || file->size() < 3 * kHeaderLineBytes) return false;
+    if (info.version == Version::V400) return writeNavigationHeader400(file, kind, info);
     file->seek(0);
 
     char line[kLineCapacity];
@@ -279,10 +307,20 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
         writeIonosphereHeader(file, "GPSA", "GPSB", "GPS", info.first, info.latest);
         break;
     case 'C':
-        writeIonosphereHeader(file, "BDSA", "BDSB", "BDS", info.beidouFirst, info.beidouLatest);
+        // 3.05 names BeiDou time "BDT".
+        writeIonosphereHeader(file, "BDSA", "BDSB", atLeast305(info.version) ? "BDT" : "BDS",
+                              info.beidouFirst, info.beidouLatest);
         break;
     case 'G':
-        if (info.leapSeconds != kUnknownLeapSeconds) {
+        // From 3.05 on a GLONASS-only file carries no LEAP SECONDS.
+        if (info.leapSeconds != kUnknownLeapSeconds && !atLeast305(info.version)) {
+            n = std::snprintf(line, sizeof line, "%6d%54s%-20s\r\n", -info.leapSeconds, "", "LEAP SECONDS");
+            writeLine(file, line, n);
+        }
+        break;
+    case 'P': // the mixed file: GPS ionosphere and leap seconds
+        writeIonosphereHeader(file, "GPSA", "GPSB", "GPS", info.first, info.latest);
+        if (!info.first.valid && info.leapSeconds != kUnknownLeapSeconds) {
             n = std::snprintf(line, sizeof line, "%6d%54s%-20s\r\n", -info.leapSeconds, "", "LEAP SECONDS");
             writeLine(file, line, n);
         }
@@ -299,6 +337,8 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
 }
 
 void NavigationWriter::reset() {
+    gpsIonoUtc_ = IonoUtcState{};
+    beidouIonoUtc_ = IonoUtcState{};
     gpsToe_.clear();
     glonassTime_.clear();
     galileoToe_.clear();
@@ -315,6 +355,7 @@ qint64 NavigationWriter::writeGps(QIODevice* file, const decoding::GpsEphemeris&
 
     const gnss::CalendarTime c = gnss::gpsCalendar(eph.week, roundedMilliseconds(eph.toe));
     RecordText record;
+    appendLeadLine(record, version_, 'G', static_cast<int>(eph.satellite), "LNAV");
     appendFirstLine(record, 'G', static_cast<int>(eph.satellite), c, eph.af0, eph.af1, eph.af2);
     appendOrbitLine(record, eph.iode1, eph.crs, eph.deltaN, eph.m0);
     appendOrbitLine(record, eph.cuc, eph.eccentricity, eph.cus, std::sqrt(eph.a));
@@ -323,8 +364,9 @@ qint64 NavigationWriter::writeGps(QIODevice* file, const decoding::GpsEphemeris&
     appendOrbitLine(record, eph.iDot, 0.0, eph.week, 0.0);
     appendOrbitLine(record, std::sqrt(eph.uraVariance), eph.health, eph.tgd, eph.iodc);
     appendOrbitLine(record, eph.tow, 4.0, kNoValue, kNoValue);
-    const qint64 bytes = writeRecord(file, record);
+    qint64 bytes = writeRecord(file, record, version_);
     gpsToe_.insert(eph.satellite, eph.toe);
+    if (gpsIonoUtc_.pending) bytes += flushIonoUtc(file, 'G');
     return bytes;
 }
 
@@ -351,12 +393,16 @@ qint64 NavigationWriter::writeGlonass(QIODevice* file, const decoding::GlonassEp
     const double frameTime = day * 86400.0 + eph.tk - double(gnss::kGlonassSecondsAheadOfUtc);
 
     RecordText record;
+    appendLeadLine(record, version_, 'R', static_cast<int>(eph.slot) - 37, "FDMA");
     appendFirstLine(record, 'R', static_cast<int>(eph.slot) - 37, c, -eph.tauN, eph.gammaN, frameTime);
     appendOrbitLine(record, eph.x * 0.001, eph.vx * 0.001, eph.ax * 0.001, eph.health);
     appendOrbitLine(record, eph.y * 0.001, eph.vy * 0.001, eph.ay * 0.001,
                     static_cast<int>(eph.frequency) - 7);
     appendOrbitLine(record, eph.z * 0.001, eph.vz * 0.001, eph.az * 0.001, eph.ageOfData);
-    const qint64 bytes = writeRecord(file, record);
+    // From 3.05 on: status flags, L1/L2 group delay difference, accuracy index, health flags.
+    // The board's flag words have no documented bit layout, so both flag fields stay blank.
+    if (atLeast305(version_)) appendOrbitLine(record, kNoValue, eph.deltaTauN, eph.ft, kNoValue);
+    const qint64 bytes = writeRecord(file, record, version_);
     glonassTime_.insert(eph.slot, eph.referenceTime);
     return bytes;
 }
@@ -403,7 +449,9 @@ qint64 NavigationWriter::writeBd2(QIODevice* file, const decoding::Bd2Ephemeris&
     r.sqrtA = std::sqrt(eph.a);
     r.accuracy = std::sqrt(eph.uraVariance);
     r.transmission = eph.tow;
-    return writeBeidouRecord(file, beidouToe_, r);
+    qint64 bytes = writeBeidouRecord(file, beidouToe_, r, version_);
+    if (bytes > 0 && beidouIonoUtc_.pending) bytes += flushIonoUtc(file, 'C');
+    return bytes;
 }
 
 qint64 NavigationWriter::writeBeidou(QIODevice* file, const decoding::BeidouEphemeris& eph) {
@@ -414,7 +462,9 @@ qint64 NavigationWriter::writeBeidou(QIODevice* file, const decoding::BeidouEphe
     double transmission = eph.header.milliseconds / 1000.0 - gnss::kBeidouSecondsBehindGps;
     if (transmission < 0) transmission += double(gnss::kSecondsPerWeek);
     r.transmission = transmission;
-    return writeBeidouRecord(file, beidouToe_, r);
+    qint64 bytes = writeBeidouRecord(file, beidouToe_, r, version_);
+    if (bytes > 0 && beidouIonoUtc_.pending) bytes += flushIonoUtc(file, 'C');
+    return bytes;
 }
 
 namespace {
@@ -461,7 +511,7 @@ qint64 NavigationWriter::writeGalileo(QIODevice* file, const decoding::GalileoEp
                eph.e5bHealth << 7;
     r.bgdE5aE1 = eph.bgdE5aE1;
     r.bgdE5bE1 = eph.bgdE5bE1;
-    return writeGalileoRecord(file, galileoToe_, r);
+    return writeGalileoRecord(file, galileoToe_, r, version_);
 }
 
 qint64 NavigationWriter::writeGalileoInav(QIODevice* file, const decoding::GalileoInavEphemeris& eph) {
@@ -473,7 +523,7 @@ qint64 NavigationWriter::writeGalileoInav(QIODevice* file, const decoding::Galil
     r.health = eph.e1bDvs | eph.e1bHealth << 1 | eph.e5bDvs << 6 | eph.e5bHealth << 7;
     r.bgdE5aE1 = eph.bgdE5aE1;
     r.bgdE5bE1 = eph.bgdE5bE1;
-    return writeGalileoRecord(file, galileoToe_, r);
+    return writeGalileoRecord(file, galileoToe_, r, version_);
 }
 
 qint64 NavigationWriter::writeGalileoFnav(QIODevice* file, const decoding::GalileoFnavEphemeris& eph) {
@@ -485,7 +535,7 @@ qint64 NavigationWriter::writeGalileoFnav(QIODevice* file, const decoding::Galil
     r.health = eph.e5aDvs << 3 | eph.e5aHealth << 4;
     r.bgdE5aE1 = eph.bgdE5aE1;
     r.bgdE5bE1 = 0.0; // F/NAV carries no E5b group delay
-    return writeGalileoRecord(file, galileoToe_, r);
+    return writeGalileoRecord(file, galileoToe_, r, version_);
 }
 
 } // namespace rinex

@@ -9,6 +9,8 @@
 #include "decoding/galileo_ephemeris.h"
 #include "decoding/glonass_ephemeris.h"
 #include "decoding/gps_ephemeris.h"
+#include "decoding/iono_utc.h"
+#include "rinex/rinex_version.h"
 #include "rinex/special_values.h"
 
 class QIODevice;
@@ -28,6 +30,7 @@ struct IonoUtcSlot {
 
 struct NavigationHeaderInfo {
     int minorVersion = 4;
+    Version version = kDefaultVersion;
     QByteArray program;
     QByteArray runBy;
     IonoUtcSlot first;  // GPS ionosphere/UTC: first record kept
@@ -50,6 +53,8 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
 class NavigationWriter {
 public:
     void reset();
+    // The record layout of this version (3.05: GLONASS fourth orbit line; 4.00: lead lines).
+    void setVersion(Version version) { version_ = version; }
 
     // Each returns the bytes written, 0 when the record is skipped or the file is not open.
     qint64 writeGps(QIODevice* file, const decoding::GpsEphemeris& eph);
@@ -60,8 +65,26 @@ public:
     qint64 writeGalileo(QIODevice* file, const decoding::GalileoEphemeris& eph);
     qint64 writeGalileoInav(QIODevice* file, const decoding::GalileoInavEphemeris& eph);
     qint64 writeGalileoFnav(QIODevice* file, const decoding::GalileoFnavEphemeris& eph);
+    // RINEX 4.00 only: the ionosphere (ION) and time-offset (STO) records of a GPS or BeiDou
+    // ionosphere/UTC log, written when their values change. Held back until the file holds an
+    // ephemeris of that system, whose lowest satellite then names the broadcaster.
+    qint64 writeIonoUtc(QIODevice* file, const decoding::IonoUtcParameters& parameters);
 
 private:
+    // Last ionosphere/UTC values of one system, and those still waiting for an ephemeris.
+    struct IonoUtcState {
+        bool haveWritten = false;
+        decoding::IonoUtcParameters written{};
+        bool pending = false;
+        decoding::IonoUtcParameters waiting{};
+    };
+    qint64 writeIonoUtcRecords(QIODevice* file, char system, int satellite,
+                               const decoding::IonoUtcParameters& parameters);
+    qint64 flushIonoUtc(QIODevice* file, char system);
+
+    Version version_ = kDefaultVersion;
+    IonoUtcState gpsIonoUtc_;
+    IonoUtcState beidouIonoUtc_;
     QMap<quint32, double> gpsToe_;
     QMap<quint32, quint32> glonassTime_;
     QMap<quint32, double> galileoToe_;

@@ -189,7 +189,7 @@ bool Rinex3xx::writeObservationHeader() {
         return false;
     }
 
-    writeHeaderLine("     3.%02d%11s%-20s%-20s%-20s\r\n", minorVersion_, "", "OBSERVATION DATA", "M",
+    writeHeaderLine("%9s%11s%-20s%-20s%-20s\r\n", rinex::versionText(version_), "", "OBSERVATION DATA", "M",
                     "RINEX VERSION / TYPE");
     writeHeaderLine("%-20s%-20s%04d%02d%02d %02d%02d%02d UTC %-20s\r\n", program_.constData(),
                     runBy_.constData(), today.year(), today.month(), today.day(), clock.hour(),

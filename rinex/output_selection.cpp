@@ -45,7 +45,12 @@ QString Rinex3xx::outputLocation() const {
 }
 
 bool Rinex3xx::fileWanted(int index) const {
-    return index == FileObservation || filter_.keepsSystem(kFileSystems[index]);
+    if (index == FileObservation) return true;
+    // The mixed navigation file takes the place of the GPS one and holds every kept system.
+    if (navigationMerged_)
+        return index == FileGps && (filter_.keepsSystem('G') || filter_.keepsSystem('R') ||
+                                     filter_.keepsSystem('E') || filter_.keepsSystem('C'));
+    return filter_.keepsSystem(kFileSystems[index]);
 }
 
 void Rinex3xx::selectSignals() {
@@ -70,7 +75,8 @@ bool Rinex3xx::epochWanted(quint32 millisecondsOfWeek) const {
     return filter_.inWindow(streamTime_) && filter_.onInterval(millisecondsOfWeek);
 }
 
-bool Rinex3xx::navigationWanted(qint64 referenceTime) {
+bool Rinex3xx::navigationWanted(qint64 referenceTime, char system) {
+    if (!filter_.keepsSystem(system)) return false;
     if (!filter_.hasWindow()) return true;
     return referenceTime != rinex::kUnknownReference && filter_.keepsNavigation(referenceTime);
 }
@@ -141,7 +147,8 @@ void Rinex3xx::renameToLongNames() {
         if (!created_[i]) continue;
         finals[i] = folder.filePath(i == FileObservation
                                         ? rinex::observationLongName(longNameFields_, facts)
-                                        : rinex::navigationLongName(longNameFields_, facts, kFileSystems[i]));
+                                        : rinex::navigationLongName(longNameFields_, facts,
+                                                                   navigationMerged_ ? 'M' : kFileSystems[i]));
         // Existing files are never overwritten: the conversion fails and leaves nothing behind.
         if (QFileInfo::exists(finals[i])) {
             if (writeError_.isEmpty()) writeError_ = QStringLiteral("file exists, %1").arg(finals[i]);

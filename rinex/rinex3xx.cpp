@@ -48,17 +48,26 @@ Rinex3xx::~Rinex3xx() {
 }
 
 bool Rinex3xx::setVersion(int minor) {
-    if (open_ || minor < 2 || minor > 4) return false;
+    if (open_ || minor < 2 || minor > 5) return false;
+    const rinex::Version versions[] = {rinex::Version::V302, rinex::Version::V303, rinex::Version::V304,
+                                       rinex::Version::V305};
+    version_ = versions[minor - 2];
     minorVersion_ = minor;
     return true;
 }
 
 bool Rinex3xx::setVersion(const QByteArray& text) {
-    if (open_ || text.size() != 4 || !text.startsWith("3.")) return false;
-    bool ok = false;
-    const int minor = text.mid(2).toInt(&ok, 10);
-    if (!ok) return false;
-    return setVersion(minor);
+    rinex::Version version = version_;
+    if (open_ || !rinex::parseVersion(text, version)) return false;
+    version_ = version;
+    minorVersion_ = rinex::minorOf(version);
+    return true;
+}
+
+bool Rinex3xx::setNavigationMerged(bool merged) {
+    if (open_) return false;
+    navigationMerged_ = merged;
+    return true;
 }
 
 bool Rinex3xx::setProgram(const QByteArray& program, const QByteArray& runBy) {
@@ -173,7 +182,7 @@ bool Rinex3xx::setComments(const QList<QByteArray>& comments) {
 QStringList Rinex3xx::outputFileNames() const {
     QStringList names;
     for (const QFile& file : files_)
-        names << file.fileName();
+        if (!file.fileName().isEmpty()) names << file.fileName();
     return names;
 }
 
@@ -200,6 +209,7 @@ qint64 Rinex3xx::open(const QString& path) {
     signalMap_ = presetSignals_;
     signalMap_.detach(); // the epoch writer changes it; detach now, not on the first epoch
     navigation_.reset();
+    navigation_.setVersion(version_);
     writeError_.clear();
     codeBiases_.clear();
     for (auto it = glonassCodeBiases_.cbegin(); it != glonassCodeBiases_.cend(); ++it)
@@ -218,6 +228,11 @@ qint64 Rinex3xx::open(const QString& path) {
     if (base.isEmpty()) return 0;
     for (int i = 0; i < FileCount; ++i)
         files_[i].setFileName(base + QLatin1Char(kFileLetters[i]));
+    if (navigationMerged_) {
+        for (int i = FileBeidou; i < FileCount; ++i)
+            files_[i].setFileName(QString());
+        files_[FileGps].setFileName(base + QLatin1Char('P'));
+    }
     for (int i = 0; i < FileCount; ++i)
         if (fileWanted(i) && files_[i].exists()) return 0;
 
@@ -247,7 +262,8 @@ qint64 Rinex3xx::open(const QString& path) {
 
     for (int i = FileBeidou; i < FileCount; ++i) {
         if (!created_[i]) continue;
-        total += rinex::reserveNavigationHeader(&files_[i], kNavigationSystemText[i]);
+        total += rinex::reserveNavigationHeader(&files_[i],
+                                                navigationMerged_ ? "M: MIXED" : kNavigationSystemText[i]);
         checkDevice(files_[i]);
     }
 
@@ -264,6 +280,7 @@ void Rinex3xx::close() {
 
     rinex::NavigationHeaderInfo info;
     info.minorVersion = minorVersion_;
+    info.version = version_;
     info.program = program_;
     info.runBy = runBy_;
     if (haveUtc_) {
@@ -273,7 +290,7 @@ void Rinex3xx::close() {
     info.leapSeconds = leapSeconds_;
     for (int i = FileBeidou; i < FileCount; ++i) {
         if (!files_[i].isOpen()) continue;
-        rinex::writeNavigationHeader(&files_[i], kFileLetters[i], info);
+        rinex::writeNavigationHeader(&files_[i], navigationMerged_ ? 'P' : kFileLetters[i], info);
         checkDevice(files_[i]);
     }
 
@@ -330,7 +347,12 @@ qint64 Rinex3xx::handleFrame(const uint8_t* frame, quint32 length) {
             haveUtc_ = true;
         }
         latestUtc_ = record;
-        return 0;
+        if (!filter_.keepsSystem(header.messageId == decoding::LogBd2IonUtc ? 'C' : 'G')) return 0;
+        // 4.00 keeps these values in ION and STO records of the navigation file.
+        const int file = navigationFile(header.messageId == decoding::LogBd2IonUtc ? FileBeidou : FileGps);
+        const qint64 written = navigation_.writeIonoUtc(&files_[file], record);
+        checkDevice(files_[file]);
+        return written;
     }
     case decoding::LogGpsEphem:
     case decoding::LogGloEphemeris:
@@ -355,8 +377,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
         decoding::GpsEphemeris eph{};
         if (decoding::decodeGpsEphemeris(frame, header, eph) != 0) return 0;
         reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference)) return 0;
-        file = FileGps;
+        if (!navigationWanted(reference, 'G')) return 0;
+        file = navigationFile(FileGps);
         written = navigation_.writeGps(&files_[file], eph);
         break;
     }
@@ -364,8 +386,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
         decoding::GlonassEphemeris eph{};
         if (decoding::decodeGlonassEphemeris(frame, header, eph) != 0) return 0;
         reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference)) return 0;
-        file = FileGlonass;
+        if (!navigationWanted(reference, 'R')) return 0;
+        file = navigationFile(FileGlonass);
         written = navigation_.writeGlonass(&files_[file], eph, leapSeconds_);
         break;
     }
@@ -373,8 +395,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
         decoding::Bd2Ephemeris eph{};
         if (decoding::decodeBd2Ephemeris(frame, header, eph) != 0) return 0;
         reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference)) return 0;
-        file = FileBeidou;
+        if (!navigationWanted(reference, 'C')) return 0;
+        file = navigationFile(FileBeidou);
         written = navigation_.writeBd2(&files_[file], eph);
         break;
     }
@@ -382,8 +404,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
         decoding::BeidouEphemeris eph{};
         if (decoding::decodeBeidouEphemeris(frame, header, eph) != 0) return 0;
         reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference)) return 0;
-        file = FileBeidou;
+        if (!navigationWanted(reference, 'C')) return 0;
+        file = navigationFile(FileBeidou);
         written = navigation_.writeBeidou(&files_[file], eph);
         break;
     }
@@ -391,8 +413,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
         decoding::GalileoEphemeris eph{};
         if (decoding::decodeGalileoEphemeris(frame, header, eph) != 0) return 0;
         reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference)) return 0;
-        file = FileGalileo;
+        if (!navigationWanted(reference, 'E')) return 0;
+        file = navigationFile(FileGalileo);
         written = navigation_.writeGalileo(&files_[file], eph);
         break;
     }
@@ -400,8 +422,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
         decoding::GalileoInavEphemeris eph{};
         if (decoding::decodeGalileoInavEphemeris(frame, header, eph) != 0) return 0;
         reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference)) return 0;
-        file = FileGalileo;
+        if (!navigationWanted(reference, 'E')) return 0;
+        file = navigationFile(FileGalileo);
         written = navigation_.writeGalileoInav(&files_[file], eph);
         break;
     }
@@ -409,8 +431,8 @@ qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHe
         decoding::GalileoFnavEphemeris eph{};
         if (decoding::decodeGalileoFnavEphemeris(frame, header, eph) != 0) return 0;
         reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference)) return 0;
-        file = FileGalileo;
+        if (!navigationWanted(reference, 'E')) return 0;
+        file = navigationFile(FileGalileo);
         written = navigation_.writeGalileoFnav(&files_[file], eph);
         break;
     }

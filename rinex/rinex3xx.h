@@ -17,6 +17,7 @@
 #include "rinex/navigation_writer.h"
 #include "rinex/number_format.h"
 #include "rinex/output_filter.h"
+#include "rinex/rinex_version.h"
 #include "rinex/special_values.h"
 #include "velmoor/versions.h"
 
@@ -84,8 +85,10 @@ public:
     ~Rinex3xx() override;
 
     // Setters: all refuse (return false, change nothing) while the files are open.
-    bool setVersion(int minor);              // 2..4
-    bool setVersion(const QByteArray& text); // "3.02", "3.03", "3.04"
+    bool setVersion(int minor);              // 2..5: RINEX 3.02 ... 3.05
+    bool setVersion(const QByteArray& text); // one of rinex::versionTexts(): "3.02" ... "4.00"
+    // One mixed navigation file (last letter "P") instead of the four per-system files.
+    bool setNavigationMerged(bool merged);
     bool setProgram(const QByteArray& program, const QByteArray& runBy);
     bool setMarker(const QByteArray& name, const QByteArray& number, const QByteArray& type);
     bool setObserver(const QByteArray& observer, const QByteArray& agency);
@@ -105,7 +108,8 @@ public:
     // names there and renames the files at close.
     bool setLongNames(const rinex::LongNameFields& fields);
 
-    // Opens base+"O", "C", "L", "N", "G" (base = path without its last character).
+    // Opens base+"O", "C", "L", "N", "G" (base = path without its last character); with merged
+    // navigation base+"O" and base+"P".
     // Returns the bytes written, 0 on failure (already open, a file exists, create failed).
     qint64 open(const QString& path);
     // Bytes written for this frame, 0 when nothing was written.
@@ -174,7 +178,7 @@ private:
     void selectSignals();
     void dropLeftOutSystems();
     bool epochWanted(quint32 millisecondsOfWeek) const;
-    bool navigationWanted(qint64 referenceTime);
+    bool navigationWanted(qint64 referenceTime, char system);
     qint64 startOfMovingEvent();
     qint64 newSiteEvent(const QByteArray& name, const QByteArray& number, double antennaHeight, double x,
                         double y, double z);
@@ -182,9 +186,15 @@ private:
     QString openBase(const QString& path);
     void renameToLongNames();
     void removeTemporaryFiles();
+    // The navigation file that takes this system's records: itself, or the mixed file.
+    int navigationFile(int file) const {
+        return navigationMerged_ ? int(FileGps) : file;
+    }
 
     // options
-    int minorVersion_ = 4;
+    rinex::Version version_ = rinex::kDefaultVersion;
+    int minorVersion_ = 4; // of the 3.0x rules the version follows (4.00 follows 3.05)
+    bool navigationMerged_ = false;
     QByteArray program_ = VELMOOR_RINEX_PROGRAM; // no option sets it: name the program that wrote the file
     QByteArray runBy_;
     QByteArray markerName_, markerNumber_, markerType_ = "GEODETIC";

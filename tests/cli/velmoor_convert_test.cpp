@@ -193,6 +193,20 @@ TEST_F(StreamTest, TwoFilesAtOnce) {
     EXPECT_EQ(result.err.count(QString("%1 epochs").arg(expected)), 2) << result.err.toStdString();
 }
 
+TEST_F(StreamTest, MergedNavigationWritesTheObservationAndOneMixedFile) {
+    const QString input = copyOfKeyStream("merged.dat");
+    const QString output = dir_.filePath("merged.18O");
+    const ProcessResult result = run({"--rinex", "4.00", "--nav-merged", "-o", output, input});
+    ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
+    const QString mixed = dir_.filePath("merged.18P");
+    EXPECT_TRUE(QFile::exists(mixed));
+    for (const QString& file : fiveFiles(output).mid(1))
+        EXPECT_FALSE(QFile::exists(file)) << file.toStdString();
+    EXPECT_TRUE(readAll(mixed).startsWith("     4.00           N: GNSS NAV DATA    M: MIXED"));
+    // The summary names the two files written.
+    EXPECT_TRUE(result.err.contains("written to merged.18O merged.18P in")) << result.err.toStdString();
+}
+
 TEST_F(StreamTest, TruncatedFileConvertsTheCompleteEpochs) {
     const testsupport::StreamManifest& manifest = keyManifest();
     const testsupport::ManifestEpoch& middle = manifest.epochs.at(manifest.epochs.size() / 2);
@@ -364,7 +378,7 @@ TEST(VelmoorConvert, UsageErrors) {
         {},
         {"--no-such-option", input},
         {"-o", dir.filePath("out.18O"), input, input + "2"},
-        {"--rinex", "3.05", input},
+        {"--rinex", "3.06", input},
         {"--rinex", "2.11", input},
         {"--mode", "sometimes", input},
         {"--marker-type", "BOAT", input},

@@ -31,21 +31,26 @@ decoding::PositionSolution position(uint32_t status, uint32_t type, double lat, 
 
 // ---- setters ----
 
-TEST(WriterSetters, VersionNumberAcceptedOnlyFrom2To4) {
+TEST(WriterSetters, VersionNumberAcceptedOnlyFrom2To5) {
     Rinex3xx w;
     EXPECT_FALSE(w.setVersion(1));
     EXPECT_TRUE(w.setVersion(2));
     EXPECT_TRUE(w.setVersion(3));
     EXPECT_TRUE(w.setVersion(4));
-    EXPECT_FALSE(w.setVersion(5));
+    EXPECT_TRUE(w.setVersion(5));
+    EXPECT_FALSE(w.setVersion(6));
 }
 
-TEST(WriterSetters, VersionTextNeedsFourCharactersStartingWith3Dot) {
+TEST(WriterSetters, VersionTextMustBeASupportedVersion) {
     Rinex3xx w;
     EXPECT_TRUE(w.setVersion(QByteArray("3.02")));
     EXPECT_TRUE(w.setVersion(QByteArray("3.04")));
-    EXPECT_FALSE(w.setVersion(QByteArray("3.05")));
+    EXPECT_TRUE(w.setVersion(QByteArray("3.05")));
+    EXPECT_TRUE(w.setVersion(QByteArray("4.00")));
     EXPECT_FALSE(w.setVersion(QByteArray("3.01")));
+    EXPECT_FALSE(w.setVersion(QByteArray("3.06")));
+    EXPECT_FALSE(w.setVersion(QByteArray("4.01")));
+    EXPECT_FALSE(w.setVersion(QByteArray("4.0")));
     EXPECT_FALSE(w.setVersion(QByteArray("3.2")));
     EXPECT_FALSE(w.setVersion(QByteArray("3.003")));
     EXPECT_FALSE(w.setVersion(QByteArray("2.03")));

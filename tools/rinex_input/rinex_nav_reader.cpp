@@ -1,5 +1,6 @@
 #include "rinex_input/rinex_nav_reader.h"
 
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -162,6 +163,68 @@ void parseOrbitLine(const std::string& line, int lineNumber, NavRecord& record) 
         record.values.push_back(number(field(line, 4 + 19 * i, 19), lineNumber));
 }
 
+// "> EPH G02 LNAV": A1,1X,A3,1X,A3,1X,A4. An EPH record follows as in 3.x; ION, STO and EOP
+// bodies are collected into `special`.
+void parseLeadLine(const std::string& line, int lineNumber, NavFile& file, NavSpecialRecord*& special,
+                   std::string& message, bool& ephemerisDue) {
+    if (line.size() < 9 || line[1] != ' ' || line[5] != ' ' || (line.size() > 9 && line[9] != ' '))
+        fail(lineNumber, "malformed lead line");
+    const std::string type = field(line, 2, 3);
+    const std::string satellite = field(line, 6, 3);
+    if (satellite.size() != 3 || !std::isupper(static_cast<unsigned char>(satellite[0])))
+        fail(lineNumber, "malformed satellite in lead line");
+    const int number = requiredInteger(satellite.substr(1), lineNumber, "satellite number");
+    const std::string messageType = trimmed(field(line, 10, 4));
+    if (line.size() > 14 && !trimmed(line.substr(14)).empty())
+        fail(lineNumber, "text after the message type");
+    special = nullptr;
+    ephemerisDue = false;
+    if (type == "EPH") {
+        message = messageType;
+        ephemerisDue = true;
+        return;
+    }
+    if (type != "ION" && type != "STO" && type != "EOP")
+        fail(lineNumber, "unknown record type '" + type + "'");
+    NavSpecialRecord record;
+    record.type = type;
+    record.system = satellite[0];
+    record.satellite = number;
+    record.message = messageType;
+    record.lineNumber = lineNumber;
+    file.special.push_back(record);
+    special = &file.special.back();
+}
+
+// Body lines of ION, STO and EOP records: the first holds the epoch in columns 5-23.
+void parseSpecialLine(const std::string& line, int lineNumber, NavSpecialRecord& record) {
+    if (line.compare(0, 4, "    ") != 0) fail(lineNumber, "body line not indented by four blanks");
+    const bool first = record.values.empty() && record.epoch.year == 0;
+    if (first) {
+        NavEpoch& e = record.epoch;
+        e.year = requiredInteger(field(line, 4, 4), lineNumber, "year");
+        e.month = requiredInteger(field(line, 9, 2), lineNumber, "month");
+        e.day = requiredInteger(field(line, 12, 2), lineNumber, "day");
+        e.hour = requiredInteger(field(line, 15, 2), lineNumber, "hour");
+        e.minute = requiredInteger(field(line, 18, 2), lineNumber, "minute");
+        e.second = requiredInteger(field(line, 21, 2), lineNumber, "second");
+        if (e.month < 1 || e.month > 12 || e.day < 1 || e.day > 31 || e.hour > 23 || e.minute > 59 ||
+            e.second > 60)
+            fail(lineNumber, "epoch out of range");
+        if (record.type == "STO") {
+            record.timeOffsetCode = trimmed(field(line, 24, 18));
+            record.sbasId = trimmed(field(line, 43, 18));
+            record.utcId = trimmed(field(line, 62, 18));
+            return;
+        }
+        for (size_t i = 0; i < 3; ++i)
+            record.values.push_back(number(field(line, 23 + 19 * i, 19), lineNumber));
+        return;
+    }
+    for (size_t i = 0; i < 4; ++i)
+        record.values.push_back(number(field(line, 4 + 19 * i, 19), lineNumber));
+}
+
 } // namespace
 
 const IonoCorrection* NavHeader::ionoCorrection(const std::string& type) const {
@@ -217,14 +280,31 @@ NavFile readNav(std::istream& in) {
         }
     }
     if (!headerDone) fail(lineNumber, "no END OF HEADER");
-    if (file.header.version < 3.0 || file.header.version >= 4.0) fail(1, "not a RINEX 3 file");
+    if (file.header.version < 3.0 || file.header.version >= 5.0) fail(1, "not a RINEX 3 or 4 file");
+    const bool leadLines = file.header.version >= 4.0;
 
     NavRecord* current = nullptr;
+    NavSpecialRecord* special = nullptr;
+    std::string message; // of the lead line before an EPH record
+    bool ephemerisDue = false;
     size_t expected = 0;
     while (std::getline(in, line)) {
         ++lineNumber;
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (trimmed(line).empty()) continue;
+        if (leadLines && line[0] == '>') {
+            parseLeadLine(line, lineNumber, file, special, message, ephemerisDue);
+            current = nullptr;
+            continue;
+        }
+        if (special != nullptr) {
+            parseSpecialLine(line, lineNumber, *special);
+            continue;
+        }
+        if (leadLines && line[0] != ' ') {
+            if (!ephemerisDue) fail(lineNumber, "record without a lead line");
+            ephemerisDue = false;
+        }
         if (line[0] == ' ') {
             if (!current) fail(lineNumber, "broadcast-orbit line without a record");
             if (current->orbitLines() >= expected) fail(lineNumber, "too many broadcast-orbit lines");
@@ -233,6 +313,7 @@ NavFile readNav(std::istream& in) {
         }
         file.records.push_back(parseFirstLine(line, lineNumber));
         current = &file.records.back();
+        current->message = message;
         expected = expectedOrbitLines(current->system, file.header.version);
     }
     // Records cut short keep their missing values absent.

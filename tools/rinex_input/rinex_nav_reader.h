@@ -1,6 +1,7 @@
 #pragma once
-// Reader of RINEX 3 navigation files (single system or mixed): the header's ionospheric
-// corrections, time-system corrections and leap seconds, and every record with its values.
+// Reader of RINEX 3 and 4 navigation files (single system or mixed): the header's ionospheric
+// corrections, time-system corrections and leap seconds, and every record with its values
+// (4.x: EPH records with their lead lines, and the ION, STO and EOP records).
 // Also turns records into the decoders' ephemeris structs, inverting the navigation writer's
 // mapping, so that generators and tests can start from real broadcast data.
 #include <array>
@@ -63,6 +64,7 @@ struct NavEpoch {
 struct NavRecord {
     char system = ' '; // 'G', 'R', 'E', 'C', 'J', 'I', 'S'
     int satellite = 0; // number after the system letter
+    std::string message; // 4.x: the lead line's message type ("LNAV", "FDMA", ...); else empty
     NavEpoch epoch;
     // The three values of the first line, then four per broadcast-orbit line; a blank
     // field, or one beyond the end of a short line, is absent.
@@ -76,13 +78,29 @@ struct NavRecord {
     std::optional<double> orbit(int line, int column) const;
 };
 
+// A 4.x record other than EPH: "ION", "STO" or "EOP", as its lead line names it, with the
+// epoch of its first body line and every value of its lines (blank fields absent).
+struct NavSpecialRecord {
+    std::string type;
+    char system = ' ';
+    int satellite = 0;
+    std::string message;
+    NavEpoch epoch;
+    std::string timeOffsetCode; // STO: e.g. "GPUT"
+    std::string sbasId;         // STO
+    std::string utcId;          // STO: e.g. "UTC(USNO)"
+    std::vector<std::optional<double>> values;
+    int lineNumber = 0; // of the lead line
+};
+
 struct NavFile {
     NavHeader header;
-    std::vector<NavRecord> records;
+    std::vector<NavRecord> records;        // EPH records (every record below 4.0)
+    std::vector<NavSpecialRecord> special; // 4.x ION, STO and EOP records
 };
 
 // Throws std::runtime_error naming the line for a malformed header or record, a version
-// below 3, or an unreadable file.
+// below 3 or from 5 on, or an unreadable file.
 NavFile readNavFile(const std::string& path);
 NavFile readNav(std::istream& in);
 
