@@ -181,10 +181,21 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         "Default: none. Example: --compress crx.gz.",
         "KIND");
 
+    const QCommandLineOption qcSummary(
+        "qc",
+        "After each input's conversion, check the files written (read once each) and print the "
+        "quality summary on stdout: span, gaps, satellites per system, completeness, cycle slips, "
+        "position and header offset, occupations. One position in 30 s keeps the check cheap on "
+        "high-rate data. Not with --compress crx or crx.gz (gz is fine).");
+    const QCommandLineOption qcJson("qc-json", "As --qc, and write the report as JSON to FILE (one input only).",
+                                    "FILE");
+    const QCommandLineOption qcHtml(
+        "qc-html", "As --qc, and write the report as one self-contained HTML page to FILE (one input only).", "FILE");
+
     parser.addOptions({help, version, output, jobs, info, quiet, rinex, mode, markerName, markerNumber,
                        markerType, latitude, longitude, height, antennaName, antennaSpec, antennaHeight,
                        heightType, start, end, interval, systems, longName, country, monument, receiver,
-                       compress, navMerged});
+                       compress, navMerged, qcSummary, qcJson, qcHtml});
     parser.addPositionalArgument("INPUT", "Receiver data file(s) to convert.", "INPUT...");
 
     auto usageError = [&result](const QString& text) {
@@ -358,6 +369,18 @@ CommandLine parseCommandLine(const QStringList& arguments) {
             return usageError(QString("bad value for --compress: '%1' (%2)").arg(parser.value(compress), CompressionForm));
         set[Compression] = value;
     }
+    QualityRequest& quality = result.quality;
+    quality.json = parser.value(qcJson);
+    quality.html = parser.value(qcHtml);
+    quality.enabled = parser.isSet(qcSummary) || parser.isSet(qcJson) || parser.isSet(qcHtml);
+    if ((parser.isSet(qcJson) && quality.json.isEmpty()) || (parser.isSet(qcHtml) && quality.html.isEmpty()))
+        return usageError("--qc-json and --qc-html need a non-empty file name");
+    if ((parser.isSet(qcJson) || parser.isSet(qcHtml)) && result.inputs.size() > 1)
+        return usageError("--qc-json and --qc-html are allowed only with a single input file");
+    if (quality.enabled && set.value(Compression).startsWith("crx"))
+        return usageError("--qc cannot check Compact RINEX: use --compress gz or none");
+    if (quality.enabled && result.action == CommandLine::Info)
+        return usageError("--qc does not go with --info");
     return result;
 }
 

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 
+#include "cli/quality_output.h"
 #include "params/parameter_names.h"
 
 namespace cli {
@@ -17,6 +18,7 @@ struct CommandLine {
     int jobs = 1;
     bool quiet = false;
     ConvertOptions overrides; // option name -> value given on the command line
+    QualityRequest quality;   // --qc, --qc-json, --qc-html
 };
 
 CommandLine parseCommandLine(const QStringList& arguments);

@@ -129,7 +129,7 @@ void ConversionJob::stopThread() {
 }
 
 JobRunner::JobRunner(const QList<Job>& jobs, int parallel, ProgressOutput& output, QObject* parent)
-    : QObject(parent), pending_(jobs), parallel_(parallel), output_(output) {}
+    : QObject(parent), pending_(jobs), jobCount_(jobs.size()), parallel_(parallel), output_(output) {}
 
 void JobRunner::start() {
     if (pending_.isEmpty()) {
@@ -192,11 +192,18 @@ void JobRunner::jobDone(ConversionJob* job, bool ok, const QString& msg) {
     if (ok) {
         const double seconds = clocks_.value(input).elapsed() / 1000.0;
         output_.message(input, msg);
+        QStringList outputs;
         if (reportedFiles_.contains(input)) {
-            output_.succeeded(input, reportedEpochs_.value(input, -1), reportedFiles_.value(input), seconds);
+            outputs = reportedFiles_.value(input);
+            output_.succeeded(input, reportedEpochs_.value(input, -1), outputs, seconds);
         } else {
-            const QStringList outputs = outputFileNames(outputPaths_.value(input), mergedNavigation_.value(input));
+            outputs = outputFileNames(outputPaths_.value(input), mergedNavigation_.value(input));
             output_.succeeded(input, job->observationEpochs(outputs.first()), outputs, seconds);
+        }
+        QString error;
+        if (quality_.enabled && !checkConvertedFiles(input, outputs, quality_, jobCount_ > 1, &error)) {
+            ++failures_;
+            output_.failed(input, QString("quality check: %1").arg(error));
         }
     } else {
         ++failures_;

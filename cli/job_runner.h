@@ -8,6 +8,7 @@
 #include <QThread>
 #include <atomic>
 
+#include "cli/quality_output.h"
 #include "params/parameter_names.h"
 
 namespace cli {
@@ -72,6 +73,8 @@ public:
     JobRunner(const QList<Job>& jobs, int parallel, ProgressOutput& output, QObject* parent = nullptr);
 
     int failures() const { return failures_; }
+    // Check each successful conversion's files (before the next input starts).
+    void setQualityRequest(const QualityRequest& request) { quality_ = request; }
 
 public slots:
     void start();
@@ -88,6 +91,8 @@ private:
     void jobDone(ConversionJob* job, bool ok, const QString& msg);
 
     QList<Job> pending_;
+    int jobCount_;
+    QualityRequest quality_;
     int parallel_;
     QList<ConversionJob*> running_;
     int failures_ = 0;

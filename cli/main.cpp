@@ -98,6 +98,7 @@ int main(int argc, char* argv[]) {
 
     cli::ProgressOutput output(commandLine.quiet, cli::stderrIsTerminal(), jobs.size());
     cli::JobRunner runner(jobs, commandLine.jobs, output);
+    runner.setQualityRequest(commandLine.quality);
     QObject::connect(&runner, &cli::JobRunner::allFinished, &app,
                      [&runner]() { QCoreApplication::exit(runner.failures() > 0 ? 1 : 0); });
     cli::InterruptNotifier interrupt;

@@ -1,0 +1,67 @@
+// The report's headers come before any Qt header: Qt's keyword macros would rename their fields.
+#include "json_report.h"
+#include "quality/check_files.h"
+#include "quality/html_report.h"
+#include "quality/text_report.h"
+
+#include "cli/quality_output.h"
+
+#include <QFileInfo>
+#include <cstdio>
+#include <fstream>
+
+namespace cli {
+
+namespace {
+
+bool isObservationFile(const QString& path) {
+    QString name = QFileInfo(path).fileName();
+    if (name.endsWith(".gz")) name.chop(3);
+    return name.endsWith("_MO.rnx") || (!name.endsWith(".rnx") && name.endsWith('O'));
+}
+
+bool writeText(const QString& path, const std::string& text, QString* error) {
+    std::ofstream out(path.toLocal8Bit().constData(), std::ios::binary);
+    out << text;
+    out.close();
+    if (!out) {
+        *error = QString("cannot write %1").arg(path);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool checkConvertedFiles(const QString& input, const QStringList& files, const QualityRequest& request,
+                         bool nameInput, QString* error) {
+    QString observation;
+    std::vector<std::string> navigation;
+    for (const QString& file : files) {
+        if (observation.isEmpty() && isObservationFile(file))
+            observation = file;
+        else
+            navigation.push_back(file.toLocal8Bit().constData());
+    }
+    if (observation.isEmpty()) {
+        *error = "no observation file to check";
+        return false;
+    }
+    quality::Options options;
+    options.positionInterval = kQualityPositionInterval;
+    quality::Report report;
+    std::string why;
+    if (!quality::checkFiles(observation.toLocal8Bit().constData(), navigation, options, report, why)) {
+        *error = QString::fromLocal8Bit(why.c_str());
+        return false;
+    }
+    if (nameInput) std::printf("[%s]\n", input.toLocal8Bit().constData());
+    std::fputs(quality::textReport(report).c_str(), stdout);
+    std::fflush(stdout);
+    bool ok = true;
+    if (!request.json.isEmpty()) ok = writeText(request.json, qc::jsonReport(report).dump(2) + "\n", error) && ok;
+    if (!request.html.isEmpty()) ok = writeText(request.html, quality::htmlReport(report), error) && ok;
+    return ok;
+}
+
+} // namespace cli

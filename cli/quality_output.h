@@ -1,0 +1,24 @@
+#pragma once
+// The quality check of a finished conversion's files: the text summary on stdout, the JSON
+// and HTML reports where asked.
+#include <QString>
+#include <QStringList>
+
+namespace cli {
+
+struct QualityRequest {
+    bool enabled = false;
+    QString json; // empty: none
+    QString html; // empty: none
+};
+
+// Seconds between positioned epochs: positioning is the costly part of the check, and one
+// position in 30 s keeps it cheap on 1 Hz and faster data (every epoch of 30 s data).
+constexpr double kQualityPositionInterval = 30.0;
+
+// The observation file among a conversion's files (plain or .gz), the rest as navigation.
+// False with a message when the files cannot be checked.
+bool checkConvertedFiles(const QString& input, const QStringList& files, const QualityRequest& request,
+                         bool nameInput, QString* error);
+
+} // namespace cli
