@@ -6,19 +6,12 @@
 
 #include "cli/quality_output.h"
 
-#include <QFileInfo>
 #include <cstdio>
 #include <fstream>
 
 namespace cli {
 
 namespace {
-
-bool isObservationFile(const QString& path) {
-    QString name = QFileInfo(path).fileName();
-    if (name.endsWith(".gz")) name.chop(3);
-    return name.endsWith("_MO.rnx") || (!name.endsWith(".rnx") && name.endsWith('O'));
-}
 
 bool writeText(const QString& path, const std::string& text, QString* error) {
     std::ofstream out(path.toLocal8Bit().constData(), std::ios::binary);
@@ -35,23 +28,14 @@ bool writeText(const QString& path, const std::string& text, QString* error) {
 
 bool checkConvertedFiles(const QString& input, const QStringList& files, const QualityRequest& request,
                          bool nameInput, QString* error) {
-    QString observation;
-    std::vector<std::string> navigation;
-    for (const QString& file : files) {
-        if (observation.isEmpty() && isObservationFile(file))
-            observation = file;
-        else
-            navigation.push_back(file.toLocal8Bit().constData());
-    }
-    if (observation.isEmpty()) {
-        *error = "no observation file to check";
-        return false;
-    }
+    std::vector<std::string> paths;
+    for (const QString& file : files)
+        paths.push_back(file.toLocal8Bit().constData());
     quality::Options options;
-    options.positionInterval = kQualityPositionInterval;
+    options.positionInterval = quality::kConversionPositionInterval;
     quality::Report report;
     std::string why;
-    if (!quality::checkFiles(observation.toLocal8Bit().constData(), navigation, options, report, why)) {
+    if (!quality::checkConversionFiles(paths, options, report, why)) {
         *error = QString::fromLocal8Bit(why.c_str());
         return false;
     }

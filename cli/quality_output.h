@@ -12,10 +12,6 @@ struct QualityRequest {
     QString html; // empty: none
 };
 
-// Seconds between positioned epochs: positioning is the costly part of the check, and one
-// position in 30 s keeps it cheap on 1 Hz and faster data (every epoch of 30 s data).
-constexpr double kQualityPositionInterval = 30.0;
-
 // The observation file among a conversion's files (plain or .gz), the rest as navigation.
 // False with a message when the files cannot be checked.
 bool checkConvertedFiles(const QString& input, const QStringList& files, const QualityRequest& request,

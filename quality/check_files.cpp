@@ -48,4 +48,39 @@ bool checkFiles(const std::string& observationPath, const std::vector<std::strin
     return true;
 }
 
+namespace {
+
+bool endsWith(const std::string& text, const std::string& end) {
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+bool isObservationFile(std::string name) {
+    const size_t slash = name.find_last_of("/\\");
+    if (slash != std::string::npos) name.erase(0, slash + 1);
+    if (endsWith(name, ".gz")) name.resize(name.size() - 3);
+    if (endsWith(name, ".rnx")) return endsWith(name, "_MO.rnx");
+    return !name.empty() && name.back() == 'O';
+}
+
+} // namespace
+
+std::string observationFileOf(const std::vector<std::string>& files) {
+    for (const std::string& file : files)
+        if (isObservationFile(file)) return file;
+    return std::string();
+}
+
+bool checkConversionFiles(const std::vector<std::string>& files, const Options& options, Report& report,
+                          std::string& error) {
+    const std::string observation = observationFileOf(files);
+    if (observation.empty()) {
+        error = "no observation file to check";
+        return false;
+    }
+    std::vector<std::string> navigation;
+    for (const std::string& file : files)
+        if (file != observation) navigation.push_back(file);
+    return checkFiles(observation, navigation, options, report, error);
+}
+
 } // namespace quality
