@@ -185,8 +185,8 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         "qc",
         "After each input's conversion, check the files written (read once each) and print the "
         "quality summary on stdout: span, gaps, satellites per system, completeness, cycle slips, "
-        "position and header offset, occupations. One position in 30 s keeps the check cheap on "
-        "high-rate data. Not with --compress crx or crx.gz (gz is fine).");
+        "position and header offset, occupations. One epoch in 30 s is positioned. Not with "
+        "--compress crx or crx.gz (gz is fine). Example: --qc-html site.html.");
     const QCommandLineOption qcJson("qc-json", "As --qc, and write the report as JSON to FILE (one input only).",
                                     "FILE");
     const QCommandLineOption qcHtml(
