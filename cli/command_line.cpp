@@ -187,10 +187,11 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         "quality summary on stdout: span, gaps, satellites per system, completeness, cycle slips, "
         "position and header offset, occupations. One epoch in 30 s is positioned. Not with "
         "--compress crx or crx.gz (gz is fine). Example: --qc-html site.html.");
-    const QCommandLineOption qcJson("qc-json", "As --qc, and write the report as JSON to FILE (one input only).",
+    const QCommandLineOption qcJson("qc-json", "As --qc, and write the report as JSON to FILE (one input only). Default: none.",
                                     "FILE");
     const QCommandLineOption qcHtml(
-        "qc-html", "As --qc, and write the report as one self-contained HTML page to FILE (one input only).", "FILE");
+        "qc-html", "As --qc, and write the report as one self-contained HTML page to FILE (one input only). "
+        "Default: none.", "FILE");
 
     parser.addOptions({help, version, output, jobs, info, quiet, rinex, mode, markerName, markerNumber,
                        markerType, latitude, longitude, height, antennaName, antennaSpec, antennaHeight,
