@@ -284,6 +284,15 @@ qint64 reserveNavigationHeader(QIODevice* file, const char* systemText) {
     return bytes;
 }
 
+int formatRunByLine(char* line, size_t capacity, const QByteArray& program, const QByteArray& runBy) {
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const QDate date = now.date();
+    const QTime time = now.time();
+    return std::snprintf(line, capacity, "%-20s%-20s%04d%02d%02d %02d%02d%02d UTC %-20s\r\n", program.constData(),
+                         runBy.constData(), date.year(), date.month(), date.day(), time.hour(), time.minute(),
+                         time.second(), "PGM / RUN BY / DATE");
+}
+
 bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInfo& info) {
     if (!isOpen(file) || file->size() < 3 * kHeaderLineBytes) return false;
     if (info.version == Version::V400) return writeNavigationHeader400(file, kind, info);
@@ -294,12 +303,7 @@ bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInf
                           "N: GNSS NAV DATA", "M", "RINEX VERSION / TYPE");
     writeLine(file, line, n);
 
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    const QDate date = now.date();
-    const QTime time = now.time();
-    n = std::snprintf(line, sizeof line, "%-20s%-20s%04d%02d%02d %02d%02d%02d UTC %-20s\r\n",
-                      info.program.constData(), info.runBy.constData(), date.year(), date.month(), date.day(),
-                      time.hour(), time.minute(), time.second(), "PGM / RUN BY / DATE");
+    n = formatRunByLine(line, sizeof line, info.program, info.runBy);
     writeLine(file, line, n);
 
     switch (kind) {

@@ -47,6 +47,8 @@ qint64 reserveNavigationHeader(QIODevice* file, const char* systemText);
 // Writes the final header over the reservation; kind is the file name's last letter.
 // Does nothing (false) when the file is shorter than three header lines.
 bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInfo& info);
+// The PGM / RUN BY / DATE line with the current UTC time, line end included; its length.
+int formatRunByLine(char* line, size_t capacity, const QByteArray& program, const QByteArray& runBy);
 
 // Navigation records of one conversion; remembers per system and satellite the reference
 // time of the last record written so that repeated ephemerides are written once.

@@ -1,6 +1,5 @@
 #include "rinex/rinex4_navigation.h"
 
-#include <QDateTime>
 #include <QIODevice>
 #include <cmath>
 #include <cstdio>
@@ -131,12 +130,7 @@ bool writeNavigationHeader400(QIODevice* file, char kind, const NavigationHeader
                           system, "RINEX VERSION / TYPE");
     put(file, line, n);
 
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    const QDate date = now.date();
-    const QTime time = now.time();
-    n = std::snprintf(line, sizeof line, "%-20s%-20s%04d%02d%02d %02d%02d%02d UTC %-20s\r\n",
-                      info.program.constData(), info.runBy.constData(), date.year(), date.month(), date.day(),
-                      time.hour(), time.minute(), time.second(), "PGM / RUN BY / DATE");
+    n = formatRunByLine(line, sizeof line, info.program, info.runBy);
     put(file, line, n);
 
     // GPS leap seconds: in the GPS and mixed files (GPS time); the GLONASS-only file carries
