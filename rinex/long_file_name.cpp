@@ -12,7 +12,7 @@ namespace {
 constexpr qint64 kMinute = 60000;
 
 QByteArray twoDigits(qint64 value, char unit) {
-    char text[8];
+    char text[16]; // room for any int, though callers pass 0..99
     std::snprintf(text, sizeof text, "%02d%c", int(value), unit);
     return QByteArray(text);
 }
