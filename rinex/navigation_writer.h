@@ -11,7 +11,7 @@
 #include "decoding/gps_ephemeris.h"
 #include "decoding/iono_utc.h"
 #include "rinex/rinex_version.h"
-#include "rinex/special_values.h"
+#include "rinex/sentinel_values.h"
 
 class QIODevice;
 

@@ -18,7 +18,7 @@
 #include "rinex/number_format.h"
 #include "rinex/output_filter.h"
 #include "rinex/rinex_version.h"
-#include "rinex/special_values.h"
+#include "rinex/sentinel_values.h"
 #include "velmoor/versions.h"
 
 // Forward declarations keep the decoder headers out of the writer's users.
