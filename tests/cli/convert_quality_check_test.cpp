@@ -6,30 +6,15 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "support/converter_process.h"
 #include "support/files.h"
 
 namespace {
 
-struct ProcessResult {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
+using testsupport::ProcessResult;
 
 ProcessResult run(const QStringList& arguments) {
-    QProcess process;
-    process.start(VELMOOR_CONVERT, arguments);
-    ProcessResult result;
-    if (!process.waitForStarted(10000) || !process.waitForFinished(120000)) {
-        ADD_FAILURE() << "velmoor-convert did not run to its end";
-        process.kill();
-        process.waitForFinished();
-        return result;
-    }
-    result.exitCode = process.exitCode();
-    result.out = QString::fromLocal8Bit(process.readAllStandardOutput());
-    result.err = QString::fromLocal8Bit(process.readAllStandardError());
-    return result;
+    return testsupport::runConverter(arguments);
 }
 
 QString copyOfSample(const QTemporaryDir& dir, const QString& name) {

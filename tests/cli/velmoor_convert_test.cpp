@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <random>
 
+#include "support/converter_process.h"
 #include "support/qt_core_application.h"
 #include "support/stream_manifest.h"
 #include "support/files.h"
@@ -19,27 +20,10 @@ namespace {
 using testsupport::readAll;
 using testsupport::writeFile;
 
-struct ProcessResult {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
+using testsupport::ProcessResult;
 
 ProcessResult run(const QStringList& arguments) {
-    QProcess process;
-    process.start(VELMOOR_CONVERT, arguments);
-    ProcessResult result;
-    if (!process.waitForStarted(10000) || !process.waitForFinished(300000)) {
-        ADD_FAILURE() << "velmoor-convert did not run to its end";
-        process.kill();
-        process.waitForFinished();
-        return result;
-    }
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    result.exitCode = process.exitCode();
-    result.out = QString::fromLocal8Bit(process.readAllStandardOutput());
-    result.err = QString::fromLocal8Bit(process.readAllStandardError());
-    return result;
+    return testsupport::runConverter(arguments);
 }
 
 std::string dataDir() {
