@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs what is missing, builds the command-line converter and converts the bundled sample
 # data file into out/. With --gui, builds the desktop application and opens the sample in it.
 # Build directory: $BUILD_DIR, else build.

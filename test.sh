@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs what is missing, builds, and runs every test through ctest.
 #   ./test.sh [--sanitize] [--qt6] [ctest options]
 set -euo pipefail

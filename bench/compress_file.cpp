@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // velmoor-bench-compress MODE INPUT OUTPUT: one compression of a finished file, for
 // bench/compression.sh (MODE crx, gz or crx.gz).
 #include <cstdio>

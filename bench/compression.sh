@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Cost of compressing the observation file, against the conversion that writes it.
 #
 # For every range log and epoch rate: generates a synthetic input with velmoor-bench-stream,

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Instruction counts of velmoor-convert under callgrind: exact and repeatable on a busy
 # machine, so before/after comparisons of hot spots use them rather than times.
 #

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Throughput benchmark of velmoor-convert on synthetic streams, against the strict raw-I/O
 # limit.
 #

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Parses and checks the command line; builds each input's option map.
 #include <QString>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Turns SIGINT and SIGTERM into a Qt signal on the main thread, so that running
 // conversions can be cancelled cleanly (their writers close the files with headers).

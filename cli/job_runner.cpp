@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "cli/job_runner.h"
 
 #include <QFile>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Runs the conversions: one worker per input on its own thread, at most N at once.
 #include <QElapsedTimer>

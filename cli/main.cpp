@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // velmoor-convert: converts receiver data files into RINEX 3 files without a GUI.
 #include <QCoreApplication>
 #include <QDate>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Everything the converter tells the user on stderr: a status line that updates in place
 // (terminals only), worker messages, failures and one summary per file.

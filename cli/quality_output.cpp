@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The report's headers come before any Qt header: Qt's keyword macros would rename their fields.
 #include "json_report.h"
 #include "quality/check_files.h"

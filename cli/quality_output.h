@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The quality check of a finished conversion's files: the text summary on stdout, the JSON
 // and HTML reports where asked.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "compression/compact_rinex.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Compression of finished output files: Compact RINEX for observation files, gzip for any
 // file. Every function streams (memory flat in the file size), never replaces an existing

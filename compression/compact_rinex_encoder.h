@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Compact RINEX encoder: turns the lines of a finished RINEX observation file (3.0x/4.xx
 // into compact version 3.0, 2.11 into compact version 1.0) into the lines of its compact form,

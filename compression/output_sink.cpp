@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "compression/output_sink.h"
 
 #include <cerrno>

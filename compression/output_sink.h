@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Where compressed bytes go: a plain file or a gzip stream. Both are written in large
 // blocks by their users, so neither buffers further.

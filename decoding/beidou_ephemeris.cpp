@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/beidou_ephemeris.h"
 
 #include "decoding/byte_order.h"

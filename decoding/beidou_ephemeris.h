@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // BeiDou broadcast ephemerides: "BD2EPHEM" (1047, body >= 232) and "BDSEPHEMERIS"
 // (1696, body >= 196).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Unaligned little- and big-endian field access. Bytes are assembled one by one so
 // the readers work on any pointer and any host.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/checksum.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Checksums of the framings the synchroniser knows. Each takes (seed, data, length);
 // a length of 0 returns the seed, except CRC-32 which returns 0.

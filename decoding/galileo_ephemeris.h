@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Galileo broadcast ephemerides: "GALEPHEMERIS" (1122, body >= 220),
 // "GALINAVEPHEMERIS" (1309, body >= 184), "GALFNAVEPHEMERIS" (1310, body >= 172).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // "GLOEPHEMERIS" (id 723): GLONASS broadcast ephemeris, body at least 144 bytes.
 #include <cstdint>

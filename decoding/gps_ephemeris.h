@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // "GPSEPHEM" (id 7): GPS broadcast ephemeris, body at least 224 bytes.
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/iono_utc.h"
 
 #include "decoding/byte_order.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Ionosphere and UTC parameters: "IONUTC_U" (6), "IONUTC" (8), "BD2IONUTC" (2010) and
 // "QZSSIONUTC" (1347); body at least 108 bytes.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/log_header.h"
 
 #include "decoding/byte_order.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The binary header at the start of every board frame (sync 0xAA 0x44 0x12).
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/log_names.h"
 
 #include <cstring>

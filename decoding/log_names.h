@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Name tables of the board's logs and status values.
 #include <cstdint>

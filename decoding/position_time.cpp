@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/position_time.h"
 
 #include "decoding/byte_order.h"

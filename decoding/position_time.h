@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // "PSRPOS" (47) and "TIME" (101): the first fix and the first valid UTC time.
 #include <cstdint>

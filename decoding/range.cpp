@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/byte_order.h"
 #include "decoding/range_decoders.h"
 

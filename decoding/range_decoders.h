@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Decoders of the three range logs: RANGE (43), RANGECMP (140), RANGECMP2 (1273).
 // open*: 0 ok, -1 wrong id or size, -2 inconsistent count.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // One decoded satellite-signal observation and the cursor over a range log's body.
 #include <cstdint>

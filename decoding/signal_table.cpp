@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/signal_table.h"
 
 #include "gnss/constants.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Constant tables of satellite systems and their signals: RINEX code, name, carrier.
 #include <cstdint>

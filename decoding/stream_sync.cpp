@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/stream_sync.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Byte-stream synchroniser: hunts for frame start patterns of several framings,
 // collects one frame at a time in a caller-supplied buffer, checks it and hands it

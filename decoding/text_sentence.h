@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Checks and builders of the stream's text lines: "$...*hh" sentences and
 // "#...*hhhhhhhh" ASCII logs.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Reads a fuzz input from the front: fixed-width little-endian values and byte runs.
 // Reading past the end yields zeros and empty runs, so every input is a valid program.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Compact RINEX encoder on arbitrary text; whatever it accepts must expand back.
 #include "targets.h"
 

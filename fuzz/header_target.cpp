@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The file-header parsers, then the options they give applied to a writer's setters.
 #include "targets.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Builds the seed corpora of the three targets from receiver data files: the files are
 // split into frames and text lines with the synchroniser, and the pieces are written in
 // each target's input layout.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The output options' text forms: the input's lines become the values of the output
 // option rows; they are checked, parsed and applied to a writer, and the long file name
 // fields are made from the numbers they give.

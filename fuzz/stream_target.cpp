@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Synchroniser and decoders on arbitrary bytes.
 #include "targets.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The fuzz targets as plain functions: the libFuzzer entry points call them, and the
 // regression test replays the saved inputs through them. Each returns an empty text when

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // libFuzzer entry point of the writer target: a broken invariant is a crash.
 #include <cstdio>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Layout of the writer target's input, shared by the target and the seed builder.
 //

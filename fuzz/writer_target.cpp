@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The writer on frames with valid CRCs and hostile bodies, and on text lines.
 #include "targets.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Physical and GNSS constants shared by the decoders, the writer, the generators and the tests.
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "gnss/gps_calendar.h"
 
 namespace gnss {

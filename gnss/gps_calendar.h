@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The GPS calendar: civil dates, days of the year, GPS weeks and times of week. Counted
 // without leap seconds: every writer and reader here puts GPS time on the calendar as if it

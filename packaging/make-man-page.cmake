@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Writes the manual page of velmoor-convert from the program's own --help and --version
 # output and the hand-written sections of velmoor-convert.1.in, so that the page and the
 # help text cannot drift apart.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "params/apply_options.h"
 
 #include <cmath>

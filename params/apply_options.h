@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Turns the option texts into calls of the writer's setters (the only place where the
 // option texts become numbers).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "params/config_rows.h"
 
 #include "params/output_options.h"

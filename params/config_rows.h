@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The rows of the "config" section, as data: the GUI turns them into tree rows, the
 // command-line converter takes their stored values as its default options.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The header in front of the log stream: the 512-byte legacy record and the text header of
 // "#"-keyed key=value lines. Parsed for display rows and option defaults only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <QHash>
 
 #include "params/file_header.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "params/output_options.h"
 
 #include <QDateTime>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The output options (time window, decimation, systems, long file names, compression): their
 // row names, the text forms they take, the check made before a conversion starts, and their

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "params/parameter_names.h"
 
 const QStringList ParameterNames = {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Names shared by the header reader, the configuration section and the option set.
 #include <QByteArray>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "params/widget_tree_param.h"
 
 #include <QComboBox>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Two-column name/value tree with sections. Every row keeps a stored value apart from the
 // text it shows, so that a choice can show "RINEX 3.04" while it stores "3.04".

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The quality report as JSON (keys documented in README.md).
 #include <nlohmann/json.hpp>

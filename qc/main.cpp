@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // velmoor-qc: quality report of RINEX 3 observation files (with their navigation files).
 #include <cstring>
 #include <fstream>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/broadcast_orbits.h"
 
 #include <cmath>

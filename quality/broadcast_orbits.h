@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Broadcast ephemerides and the satellite position and clock they give: Keplerian elements
 // (GPS, QZSS, Galileo, BeiDou including its geostationary satellites) and GLONASS state

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/check_files.h"
 
 #include "quality/compressed_input.h"

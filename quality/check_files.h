@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The quality check of RINEX files on disk: the observation file streamed epoch by epoch,
 // the navigation files (any number, plain or gzip-compressed) read first.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/compressed_input.h"
 
 #include <zlib.h>

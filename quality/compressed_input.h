@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Opens a file for line-by-line reading, gzip-compressed (".gz") or plain alike.
 #include <istream>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/geodesy.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Earth-fixed coordinates, geodetic latitude/longitude/height (WGS 84) and local directions.
 #include "quality/broadcast_orbits.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/gnss_time.h"
 
 #include <cmath>

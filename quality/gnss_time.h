@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // GPS time as seconds since 1980-01-06 00:00:00, and its calendar form.
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/html_report.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The quality report as one self-contained HTML page (no scripts, no external files): the
 // summary and occupation tables and inline SVG plots written here (tracking timeline, C/N0

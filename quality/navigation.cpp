@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/navigation.h"
 
 #include <algorithm>

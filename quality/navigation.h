@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Broadcast navigation data for the quality check: the ephemerides of every satellite, the
 // ionosphere coefficients, and the choice of the record that applies at a given time.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // What the quality check is fed: one observation epoch at a time, in the terms of a RINEX 3
 // observation record (system letter, satellite number, three-character observation codes).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/point_positioning.h"
 
 #include <algorithm>

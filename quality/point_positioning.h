@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Single-point positioning of one epoch from first-frequency pseudoranges and broadcast
 // ephemerides: satellite clock and group delay, relativity, Earth rotation during the signal

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/quality_check.h"
 
 #include <algorithm>

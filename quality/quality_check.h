@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The quality check: fed one observation epoch at a time (from a RINEX file or straight from
 // a converter), it keeps a fixed amount of state per satellite and signal and gives the report

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Everything a quality check finds, ready for the text, JSON and HTML writers.
 #include <array>

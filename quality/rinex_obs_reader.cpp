@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/rinex_obs_reader.h"
 
 #include <cmath>

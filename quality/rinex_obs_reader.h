@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Streaming reader of RINEX 3.02-3.05 observation files: the header, then one epoch at a
 // time into a reused Epoch. A malformed record is reported and skipped; reading goes on at

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/signal_frequency.h"
 
 #include "gnss/constants.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Carrier frequency of a system's band (and attribute, where a band holds two carriers).
 namespace quality {

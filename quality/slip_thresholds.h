@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Cycle-slip detection thresholds on dual-frequency arcs.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "quality/text_fields.h"
 
 #include <cmath>

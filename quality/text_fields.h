@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Fixed-column fields of RINEX lines.
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/c_numeric_locale.h"
 
 #if defined(__unix__) || defined(__APPLE__)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Keeps printf-style number formatting on the "C" decimal point for the lifetime of the
 // object, on the calling thread only: the application object adopts the user's locale,

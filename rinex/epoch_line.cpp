@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/epoch_line.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The epoch line of an observation record (event flag 0).
 #include "gnss/gps_calendar.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/long_file_name.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // RINEX 3 long file names: SSSSMRCCC_R_YYYYDDDHHMM_PPU_FFU_TT.rnx for observation files and
 // SSSSMRCCC_R_YYYYDDDHHMM_PPU_TT.rnx for navigation files.

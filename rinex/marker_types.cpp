@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/marker_types.h"
 
 const QList<QByteArray> MarkerTypeNames = {

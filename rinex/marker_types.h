@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The RINEX marker types the writer accepts, "GEODETIC" first.
 #include <QByteArray>

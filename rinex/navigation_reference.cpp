@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/navigation_reference.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Reference time of each navigation record, in milliseconds since 1970 counted in GPS time,
 // so that a time window can select the records. kUnknownReference when the record's week or

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/navigation_writer.h"
 
 #include <QDateTime>

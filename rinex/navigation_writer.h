@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Navigation records and headers of the four navigation files (GPS "N", GLONASS "G",
 // Galileo "L", BeiDou "C").

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/number_format.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Fixed-width number forms of RINEX records, written without printf on the hot path.
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Observation epochs: the epoch line and one line per satellite, written from the work
 // area that one range log filled.
 #include "decoding/range_observation.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The observation header, written at close over the space reserved at open.
 #include "rinex/rinex3xx.h"
 

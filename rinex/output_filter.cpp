@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/output_filter.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // What a conversion keeps of the stream: a time window, a decimation interval and a set of
 // satellite systems. The default keeps everything, so the writer's output stays as it is.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the writer leaves out when a time window, a decimation interval or a set of systems
 // is chosen, and the long file names given at close. With the defaults every test here
 // passes everything through, so the output is the same as without them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // "$PPK" marker sentences: static occupations during a kinematic survey become event
 // records, and confirmed samples become the epochs written on a point.
 #include "decoding/text_sentence.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The RINEX 3.0x writer: takes options through its setters, opens the five output files,
 // receives every board frame and text line of the stream, writes observation epochs and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/rinex4_navigation.h"
 
 #include <QIODevice>

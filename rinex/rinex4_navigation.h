@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Pieces of RINEX 4.00 navigation files: record lead lines, line ends, the BeiDou message
 // name and the header. The ION and STO records are NavigationWriter::writeIonoUtc.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex/rinex_version.h"
 
 namespace rinex {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The RINEX versions the writer produces, with their option texts and menu titles.
 #include <QByteArray>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Values with a special meaning inside the writer. The options still arrive as text (see
 // params/apply_options.cpp); these name what the numbers mean once they are set.

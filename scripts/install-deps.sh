@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs, through apt, whatever the build and the tests need and the machine lacks.
 # Idempotent: packages already present are not touched.
 #   scripts/install-deps.sh [--qt6]     (--qt6: Qt 6 instead of Qt 5)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The single window: a start page with the "Open Files" button, then one conversion tab per
 // input file. Files come from the command line, the open-files dialog or a drop.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "shell/output_files.h"
 
 #include <QFile>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The last step of a conversion, after the writer has closed its files: compression when it
 // was chosen, and the names of the files left behind.

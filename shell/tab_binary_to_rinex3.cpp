@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "shell/tab_binary_to_rinex3.h"
 
 #include <QDateTime>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The page of one input file: its header and options in a parameter tree, the button that
 // starts and cancels a conversion, the progress bar and the log of the conversion.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "shell/thread_binary_to_rinex.h"
 
 #include <QDateTime>

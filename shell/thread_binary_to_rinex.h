@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // One conversion of one input file on the thread it is moved to: reads 1 MiB per pass of
 // the event loop, feeds the synchroniser, whose callbacks drive the RINEX writer.

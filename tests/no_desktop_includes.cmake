@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Fails when a file in DIR includes desktop-only code: a shell/ header other than the
 # conversion worker's, the parameter tree widget of params/, or a Qt Widgets or Qt GUI header. The command-line converter must
 # build and run with QtCore alone.

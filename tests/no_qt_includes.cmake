@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 file(GLOB_RECURSE files ${DIR}/*.h ${DIR}/*.cpp)
 foreach(f ${files})
     file(STRINGS ${f} hits REGEX "#[ \t]*include[ \t]*[<\"](Q|qt)")

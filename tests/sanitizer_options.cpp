@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Linked into every test executable of the sanitizer build (VELMOOR_SANITIZE).
 //
 // Qt's offscreen platform plugin never frees its screen, its cursor and their helpers (a

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Regenerates samples/cebr-sample.dat: builds velmoor-make-sample and runs it on the station
 # RINEX files. Usage: tools/make-sample.sh [RINEX_DIR]
 # RINEX_DIR holds CEBR00ESP_R_20182000000_03H_30S_MO.rnx and ELKO00USA_R_20182100000_01D_MN.rnx

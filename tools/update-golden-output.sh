@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Rewrites the golden outputs in tests/data/golden/ with the converter built in build/
 # (or the one given with --convert). Only for a deliberate change of the output: the golden
 # test exists to catch every unintended one.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // velmoor-bench-io: the strict raw-I/O limit of a conversion, timed inside one process.
 // Reads the input in 1 MiB blocks and writes a given number of bytes in 1 MiB blocks into
 // files in an output folder, RUNS times, and prints the wall time of each run. Nothing but

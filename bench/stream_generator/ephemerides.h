@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Broadcast records of the synthetic sky as the board's ephemeris, ionosphere/UTC, position
 // and time frames. The orbital elements describe the model's circular orbits well enough to

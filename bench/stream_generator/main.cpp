@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // velmoor-bench-stream: writes a long synthetic receiver data file (key header, then range
 // logs with ephemeris, ionosphere/UTC, position and time logs) for throughput benchmarks.
 #include <cmath>

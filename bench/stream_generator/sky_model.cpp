@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "stream_generator/sky_model.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // A synthetic sky for benchmark streams: multi-system constellations on circular orbits seen
 // from one static antenna, giving observations that are mutually consistent (pseudorange,

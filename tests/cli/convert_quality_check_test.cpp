@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // velmoor-convert --qc, --qc-json, --qc-html: the check of the files just written.
 #include <QDir>
 #include <QFile>

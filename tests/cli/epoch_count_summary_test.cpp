@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The epoch count in velmoor-convert's summary comes from the writer for the records and from
 // the header read back: it must equal the count of epoch lines a reader finds in the whole
 // file, even when a header line looks like an epoch line.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The epoch count that velmoor-convert reports is read back from the observation file: lines
 // that start with ">" and hold flag 0 or 1 in column 32, whatever their length and wherever
 // the file's read blocks split them.

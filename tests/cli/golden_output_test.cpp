@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every byte of the converter's output, against the golden files in tests/data/golden/:
 // the bundled sample and every test stream, with the default options and three others.
 // Any change of the output, however small, fails here; tools/update-golden-output.sh

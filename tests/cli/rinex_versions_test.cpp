@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The converter's RINEX 3.05 and 4.00 output and its mixed navigation file, for the bundled
 // sample and every test stream: the sample's headers line by line against hand-checked
 // files in tests/data/versions/, every file read back with the independent readers, and the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The conversion worker driven the way a conversion tab drives it: moved to its own
 // thread, started by a queued signal, its signals received queued on the main thread.
 #include <QCoreApplication>

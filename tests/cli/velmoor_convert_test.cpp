@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The command-line converter, run as a separate process on real and damaged inputs.
 #include <QCoreApplication>
 #include <QDate>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Compact RINEX encoder on hand-made observation texts: exact output where the format
 // fixes it, and round trips through the tests' own expander.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The file functions: Compact RINEX, gzip and both at once on real RINEX 3 files, read
 // back with zlib and the tests' expander; failures name the file and leave nothing behind.
 #include <csignal>

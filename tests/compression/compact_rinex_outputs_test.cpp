@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The converter's own observation files (bundled sample and every test stream, in each PPK
 // mode): compressed, expanded again by the tests' expander, and gzipped.
 #include <algorithm>

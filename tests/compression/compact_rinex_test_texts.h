@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Hand-made RINEX observation texts for the compression tests.
 #include <cstdio>

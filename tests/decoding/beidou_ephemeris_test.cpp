@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/beidou_ephemeris.h"
 
 #include <gtest/gtest.h>

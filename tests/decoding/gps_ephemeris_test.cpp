@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/gps_ephemeris.h"
 
 #include <gtest/gtest.h>

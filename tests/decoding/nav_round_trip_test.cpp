@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Real broadcast ephemerides (a subset of a station's navigation file) go through
 // record -> frame -> decoder and come back unchanged.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Shared by the ephemeris, ionosphere/UTC, position and time decoder tests: running a
 // decoder on an encoded frame, records with a distinct value in every field, and

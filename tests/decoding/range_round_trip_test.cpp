@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Real station observations encoded as RANGE, RANGECMP and RANGECMP2 frames and decoded back.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Real-data streams through the synchroniser: exactly the valid frames, text lines and
 // header lines are delivered, and every byte is accounted for.
 #include "real_stream_support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Real-data streams: navigation and ionosphere/UTC logs decode to the values of the RINEX
 // records in the manifest, mapped the way the writer prints them.
 #include "real_stream_support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Real-data streams: range logs decode to the manifest's observations, position and time
 // logs to its fixes.
 #include "real_stream_support.h"

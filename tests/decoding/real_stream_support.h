@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Streams built from real station data, fed through the synchroniser the way the
 // conversion worker does: each stream is read and fed once per test program, and its

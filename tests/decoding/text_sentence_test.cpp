@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decoding/text_sentence.h"
 
 #include <gtest/gtest.h>

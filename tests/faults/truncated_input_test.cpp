@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An input cut at every byte offset of a short stream converts without a fault: every
 // epoch and navigation record whose frame ended before the cut is written, byte for byte as
 // in the whole conversion, nothing of the frame that was cut shows, and every file is a

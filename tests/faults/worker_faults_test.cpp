@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults around one conversion, met by the conversion worker: an output that cannot be
 // created or already exists, an input that vanishes or cannot be read once its options were
 // built, and a cancel at 0 %, in mid-file and at 99 %. The worker is driven on the test's own

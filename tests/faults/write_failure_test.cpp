@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A write that fails (simulated with a file-size limit on the converter's process, its
 // SIGXFSZ ignored so that the write returns an error instead of killing it) makes
 // velmoor-convert exit 1 naming the file: a full disk never passes as a success.

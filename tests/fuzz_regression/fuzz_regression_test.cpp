@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inputs that once made a fuzz target fail (a sanitizer report, a crash or a broken output
 // invariant), replayed through the same target code. Under the sanitizer build
 // (VELMOOR_SANITIZE) a relapse shows up exactly as the fuzzer saw it.

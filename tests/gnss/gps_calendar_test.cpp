@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The GPS calendar against known dates and against a day-by-day count of the calendar.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Fixture of the Debian package tests: builds the package from the build tree with cpack
 # into DIR, unpacks it with dpkg -x into DIR/root and keeps its control fields (DIR/control)
 # and its member list (DIR/contents).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Debian package, built with cpack from this build tree and unpacked with dpkg -x by the
 // DebianPackage.Build test: its control fields and files, and the programs run from the
 // unpacked root against the system's Qt libraries.

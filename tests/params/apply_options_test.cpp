@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // applyOptions observed from outside: the options go into a writer, the writer is opened
 // and closed in a temporary folder, and the observation header it writes is read back.
 #include <QFile>

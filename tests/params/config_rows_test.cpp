@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rows of the configuration section and the option defaults taken from them.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recognition and parsing of the two header kinds in front of the log stream.
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The output options' text forms, the check made before a conversion starts, and what
 // applyOptions hands to the writer for them.
 #include <QDateTime>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // End to end: real station observations and the same day's broadcast ephemerides become a
 // receiver data file with two PPK occupations (the sample generator), are converted in each
 // PPK mode, and velmoor-qc reports the station's known position and the occupations.

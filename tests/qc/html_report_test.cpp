@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The HTML report: self-contained, and rendered by a real browser (headless Chromium) with
 // its tables and plots in the page.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The JSON report: every documented key with its type, from the bundled station data.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Completeness: observations above the elevation mask over the epochs at which the broadcast
 // orbits put each satellite above it.
 #include <gtest/gtest.h>

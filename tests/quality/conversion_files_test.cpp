@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The observation file among the files a conversion wrote.
 #include <gtest/gtest.h>
 

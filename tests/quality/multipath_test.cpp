@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Multipath: the code-minus-carrier combinations recover injected code errors.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The streaming observation reader: header, epochs, and damaged input.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Single-point positioning on real station data against the station's published position.
 #include <gtest/gtest.h>
 

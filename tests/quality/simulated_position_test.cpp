@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Single-point positioning of pseudoranges simulated at a known position from real broadcast
 // ephemerides: receiver clock, satellite clocks and group delays, light time, Earth
 // rotation, ionosphere, troposphere and noise as a receiver would see them.

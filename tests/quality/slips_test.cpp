@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Cycle slips: loss-of-lock flags and jumps found by the geometry-free and wide-lane checks.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Span, gaps, satellites, observation counts and mean C/N0 of the station file, counted
 // independently with the tests' own RINEX reader.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Runs the quality check over the bundled station file, with an optional change to each
 // epoch before it is fed (to remove epochs or satellites).

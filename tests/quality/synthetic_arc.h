@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // One GPS satellite's dual-frequency observations from a smooth geometry and ionosphere,
 // for injecting slips, gaps and code errors with known sizes.

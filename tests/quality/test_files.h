@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The real station data bundled with the tests: 30 minutes of ESBC observations and the
 // navigation records around them.

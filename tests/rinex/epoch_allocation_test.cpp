@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The epoch path must not touch the heap once the first epochs have sized everything:
 // a day of 1 Hz data is 86400 epochs.
 #include "writer_test_support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The epoch line is written without printf; it must give printf's bytes for every field value.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The exponent form is written without printf; these tests compare it with printf's "%.Nf"
 // of the same mantissa over many values, so that every navigation byte stays the same.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // RINEX 3 long file names: the fields from what was written, and the writer's temporary
 // files renamed at close (never over an existing file, never left behind).
 #include "writer_test_support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Galileo and BeiDou navigation records written from hand-made ephemeris records.
 #include <gtest/gtest.h>
 

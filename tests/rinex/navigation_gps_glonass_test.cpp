@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // GPS and GLONASS navigation records written from hand-made ephemeris records.
 #include <gtest/gtest.h>
 

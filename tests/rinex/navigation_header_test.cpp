@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Navigation file headers: the reservation at open and the header written over it.
 #include <gtest/gtest.h>
 

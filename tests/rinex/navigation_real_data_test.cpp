@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Navigation records from real broadcast data: RINEX records of the ELKO station turned into
 // decoder records, and the ephemeris logs of the test streams, written by the navigation
 // writer and read back with the independent RINEX reader.

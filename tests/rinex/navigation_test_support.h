@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Helpers of the navigation writer tests: an in-memory output file, its records split into
 // fields, and real broadcast records of the ELKO file as hand-made ephemerides.

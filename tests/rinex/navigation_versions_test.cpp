@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Navigation records in RINEX 3.05 and 4.00, from real broadcast data: the ELKO records (a
 // 3.03 file) and the KMS3 records (a receiver's own 4.00 file), written by the navigation
 // writer and read back with the independent reader. Every value must survive the version

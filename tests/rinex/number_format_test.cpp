@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fixed-width number forms: the exponent form of navigation records and headers and the
 // 14-character observation field.
 #include <gtest/gtest.h>

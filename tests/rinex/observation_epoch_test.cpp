@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Observation epochs: epoch line, satellite lines with their 16-character fields, stable
 // columns, the interval and the GLONASS slots collected from the data.
 #include "writer_test_support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The observation header written at close over the reserved space.
 #include "writer_test_support.h"
 

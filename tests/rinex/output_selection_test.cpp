@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Time window, decimation and system selection in the writer: which epochs, events,
 // header lines and navigation files a conversion leaves.
 #include "writer_test_support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // "$PPK" marker sentences: new-site and start-of-moving events, confirmed samples and the
 // three PPK modes.
 #include "writer_test_support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PPK markers across the edges of a time window and under decimation, in the three modes.
 #include "writer_test_support.h"
 

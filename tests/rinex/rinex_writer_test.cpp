@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The writer object: setters and their acceptance rules, the five output files, frame
 // dispatch and the station state taken from the stream.
 #include "writer_test_support.h"

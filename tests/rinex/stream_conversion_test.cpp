@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole recorded streams through the synchroniser into the writer, read back with an
 // independent RINEX reader and compared with what each stream's manifest says the
 // observation file must hold.

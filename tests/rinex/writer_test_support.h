@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Helpers shared by the observation-writer tests: frames from meaningful values, "$PPK"
 // sentences with their checksum, and the output files split into lines.

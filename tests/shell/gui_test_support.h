@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Shared by the desktop application's tests: one application object per test program, a
 // settings store in a temporary folder, and waiting for the event loop.

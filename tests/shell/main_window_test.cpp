@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The main window: its form, the title from the build stamp, and the three ways to open files.
 #include <QDragEnterEvent>
 #include <QDropEvent>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The conversion tab: the output path proposal, start, progress, cancel, and a real conversion.
 #include <QDateTime>
 #include <QDir>

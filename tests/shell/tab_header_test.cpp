@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A new tab reads its file's header once: the "info" rows and the "config" section built
 // from the values found.
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The output options' rows of a conversion tab: bad values are reported in the log and
 // nothing starts; good ones reach the conversion; the editors check what is typed.
 #include <QDir>

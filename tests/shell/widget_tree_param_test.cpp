@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parameter tree: sections, the three row kinds, the editors and the stored values.
 #include <memory>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // A board frame built from a log's body, with its header read back as the decoders see it.
 #include <gtest/gtest.h>

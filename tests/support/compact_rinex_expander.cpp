@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/compact_rinex_expander.h"
 
 #include <cstdint>

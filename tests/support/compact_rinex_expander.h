@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // A small Compact RINEX decompressor (versions 1.0 and 3.0), written for the tests only:
 // it rebuilds the plain observation file from a compressed text, independently of the

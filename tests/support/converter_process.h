@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // velmoor-convert run as a separate process by the tests that define VELMOOR_CONVERT.
 #include <QProcess>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Whole files in the tests: read one, or write one and check that it was written.
 #include <QByteArray>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // One QCoreApplication for the whole test program: workers, timers and QProcess need an
 // event loop. Including this header registers it.

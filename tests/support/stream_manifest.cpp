@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/stream_manifest.h"
 
 #include <cstdio>

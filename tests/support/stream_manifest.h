@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Reader of the manifests that come with the board-format test streams (.json.gz):
 // what a correct converter must find in a stream and produce from it.

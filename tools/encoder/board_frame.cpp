@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "encoder/board_frame.h"
 
 #include <cstring>

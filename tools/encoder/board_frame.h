@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Builds valid board frames (sync, 28-byte header, body, CRC-32) from field values.
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "encoder/nav_encoder.h"
 
 namespace encoding {

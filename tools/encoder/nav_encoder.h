@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Builds board frames for the ephemeris, ionosphere/UTC, position and time logs from the
 // decoders' record structs: the exact inverse of the decoders, with the minimum body sizes.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "encoder/range_encoder.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Encoders of the three range logs (RANGE 43, RANGECMP 140, RANGECMP2 1273) from meaningful
 // observation values: the inverse of the decoders in decoding/range_decoders.h.

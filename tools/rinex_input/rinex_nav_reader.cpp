@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rinex_input/rinex_nav_reader.h"
 
 #include <cctype>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Reader of RINEX 3 and 4 navigation files (single system or mixed): the header's ionospheric
 // corrections, time-system corrections and leap seconds, and every record with its values

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Reader of RINEX 3 observation files: the header, then one epoch at a time.
 #include <array>

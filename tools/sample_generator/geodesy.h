@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // WGS 84 conversions between Earth-centred coordinates and latitude, longitude, height.
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sample_generator/header_writer.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The data file's header: the 512-byte legacy record and the "#key=value" text header.
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sample_generator/input_window.h"
 
 #include <cstdio>

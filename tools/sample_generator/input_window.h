@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The observation epochs of the window that the options cut out of a RINEX file.
 #include <cstddef>

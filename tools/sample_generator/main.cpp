@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // velmoor-make-sample: a receiver data file from RINEX 3 observation and navigation files.
 #include <exception>
 #include <fstream>

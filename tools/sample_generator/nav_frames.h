@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Broadcast navigation records as the board's ephemeris frames.
 #include <cstddef>

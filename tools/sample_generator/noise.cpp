@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sample_generator/noise.h"
 
 namespace sample_generator {

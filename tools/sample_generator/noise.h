@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // Reproducible noise for test streams: stray bytes, note lines, spoiled CRCs.
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sample_generator/observation_signals.h"
 
 namespace sample_generator {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // RINEX observations of one epoch as the board's range-log signals.
 #include <cstddef>

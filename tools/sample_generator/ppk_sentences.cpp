@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sample_generator/ppk_sentences.h"
 
 #include <cstdio>

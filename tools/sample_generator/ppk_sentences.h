@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // "$PPK" marker sentences, each a whole line ending in "*hh\r\n".
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sample_generator/stream_assembly.h"
 
 #include <algorithm>

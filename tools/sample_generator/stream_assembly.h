@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // The whole data file: header, then the frames and text lines in stream order.
 #include <vector>

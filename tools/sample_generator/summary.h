@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 // What the generator wrote and what it left out, printed on stderr.
 #include <cstddef>

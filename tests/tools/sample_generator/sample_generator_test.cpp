@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sample generator: its data files must synchronise, decode back to the source RINEX
 // observations within the logs' quantisation, carry a recognisable header and valid PPK
 // sentences.
