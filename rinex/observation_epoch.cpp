@@ -220,8 +220,8 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
     return int(p - line);
 }
 
-qint64 Rinex3xx::writeEpoch() {
-    const qint64 t = gnss::gpsMilliseconds(epoch_.week, epoch_.milliseconds);
+qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
+    const qint64 t = gnss::gpsMilliseconds(epoch.week, epoch.milliseconds);
     if (t != lastEpoch_) {
         if (firstEpoch_ == 0) firstEpoch_ = t;
         if (lastEpoch_ != 0) {
@@ -232,7 +232,7 @@ qint64 Rinex3xx::writeEpoch() {
         lastEpoch_ = t;
     }
 
-    const auto& entries = epoch_.entries;
+    const auto& entries = epoch.entries;
     int satellites = 0;
     for (size_t i = 0; i < entries.size(); ++i)
         if (i == 0 || entries[i].system != entries[i - 1].system ||
@@ -244,8 +244,8 @@ qint64 Rinex3xx::writeEpoch() {
     const gnss::CalendarTime c = gnss::calendarFromMilliseconds(t);
     if (epochBlockUsed_ + kLineCapacity > kEpochBlockCapacity) flushEpochs();
     const int n = rinex::formatEpochLine(epochBlock_.data() + epochBlockUsed_, kLineCapacity, c,
-                                         int(epoch_.milliseconds / 1000 % 60),
-                                         int(epoch_.milliseconds % 1000), satellites);
+                                         int(epoch.milliseconds / 1000 % 60),
+                                         int(epoch.milliseconds % 1000), satellites);
     qint64 written = std::max(0, std::min(n, kLineCapacity - 1));
     const char* const epochLine = epochBlock_.data() + epochBlockUsed_;
     if (written > 31 && epochLine[0] == '>' && (epochLine[31] == '0' || epochLine[31] == '1'))

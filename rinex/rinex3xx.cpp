@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "decoding/beidou_ephemeris.h"
-#include "decoding/galileo_ephemeris.h"
-#include "decoding/glonass_ephemeris.h"
-#include "decoding/gps_ephemeris.h"
 #include "decoding/range_decoders.h"
 
+#include "rinex/output_job.h"
+#include "rinex/output_pipeline.h"
 #include "rinex/rinex3xx.h"
 
 #include <cstdio>
@@ -269,11 +267,14 @@ qint64 Rinex3xx::open(const QString& path) {
     }
 
     open_ = true;
+    if (outputThread_) startOutputThread();
     return total;
 }
 
 void Rinex3xx::close() {
     if (!open_) return;
+    // What was handed over is written first: a cancelled conversion keeps every epoch decoded.
+    pipeline_.reset();
     rinex::CNumericLocale numericLocale;
     flushEpochs();
 
@@ -349,11 +350,11 @@ qint64 Rinex3xx::handleFrame(const uint8_t* frame, quint32 length) {
         }
         latestUtc_ = record;
         if (!filter_.keepsSystem(header.messageId == decoding::LogBd2IonUtc ? 'C' : 'G')) return 0;
-        // 4.00 keeps these values in ION and STO records of the navigation file.
-        const int file = navigationFile(header.messageId == decoding::LogBd2IonUtc ? FileBeidou : FileGps);
-        const qint64 written = navigation_.writeIonoUtc(&files_[file], record);
-        checkDevice(files_[file]);
-        return written;
+        NavigationRecord nav;
+        nav.file = navigationFile(header.messageId == decoding::LogBd2IonUtc ? FileBeidou : FileGps);
+        nav.reference = rinex::kUnknownReference;
+        nav.record = record;
+        return submitNavigation(nav);
     }
     case decoding::LogGpsEphem:
     case decoding::LogGloEphemeris:
@@ -369,81 +370,75 @@ qint64 Rinex3xx::handleFrame(const uint8_t* frame, quint32 length) {
 }
 
 qint64 Rinex3xx::handleNavigationLog(const uint8_t* frame, const decoding::LogHeader& header) {
-    rinex::CNumericLocale numericLocale; // the records are printed with a decimal point
-    qint64 written = 0;
-    int file = -1;
-    qint64 reference = rinex::kUnknownReference;
+    NavigationRecord nav;
+    nav.reference = rinex::kUnknownReference;
+    // Decodes the frame into the record's alternative T; false when it is not written.
+    const auto take = [&](auto decode, auto record, char system, int file) {
+        if (decode(frame, header, record) != 0) return false;
+        nav.reference = rinex::referenceTime(record);
+        if (!navigationWanted(nav.reference, system)) return false;
+        nav.file = navigationFile(file);
+        nav.record = record;
+        return true;
+    };
+    bool wanted = false;
     switch (header.messageId) {
-    case decoding::LogGpsEphem: {
-        decoding::GpsEphemeris eph{};
-        if (decoding::decodeGpsEphemeris(frame, header, eph) != 0) return 0;
-        reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference, 'G')) return 0;
-        file = navigationFile(FileGps);
-        written = navigation_.writeGps(&files_[file], eph);
+    case decoding::LogGpsEphem:
+        wanted = take(decoding::decodeGpsEphemeris, decoding::GpsEphemeris{}, 'G', FileGps);
         break;
-    }
-    case decoding::LogGloEphemeris: {
-        decoding::GlonassEphemeris eph{};
-        if (decoding::decodeGlonassEphemeris(frame, header, eph) != 0) return 0;
-        reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference, 'R')) return 0;
-        file = navigationFile(FileGlonass);
-        written = navigation_.writeGlonass(&files_[file], eph, leapSeconds_);
+    case decoding::LogGloEphemeris:
+        wanted = take(decoding::decodeGlonassEphemeris, decoding::GlonassEphemeris{}, 'R', FileGlonass);
         break;
-    }
-    case decoding::LogBd2Ephem: {
-        decoding::Bd2Ephemeris eph{};
-        if (decoding::decodeBd2Ephemeris(frame, header, eph) != 0) return 0;
-        reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference, 'C')) return 0;
-        file = navigationFile(FileBeidou);
-        written = navigation_.writeBd2(&files_[file], eph);
+    case decoding::LogBd2Ephem:
+        wanted = take(decoding::decodeBd2Ephemeris, decoding::Bd2Ephemeris{}, 'C', FileBeidou);
         break;
-    }
-    case decoding::LogBdsEphemeris: {
-        decoding::BeidouEphemeris eph{};
-        if (decoding::decodeBeidouEphemeris(frame, header, eph) != 0) return 0;
-        reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference, 'C')) return 0;
-        file = navigationFile(FileBeidou);
-        written = navigation_.writeBeidou(&files_[file], eph);
+    case decoding::LogBdsEphemeris:
+        wanted = take(decoding::decodeBeidouEphemeris, decoding::BeidouEphemeris{}, 'C', FileBeidou);
         break;
-    }
-    case decoding::LogGalEphemeris: {
-        decoding::GalileoEphemeris eph{};
-        if (decoding::decodeGalileoEphemeris(frame, header, eph) != 0) return 0;
-        reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference, 'E')) return 0;
-        file = navigationFile(FileGalileo);
-        written = navigation_.writeGalileo(&files_[file], eph);
+    case decoding::LogGalEphemeris:
+        wanted = take(decoding::decodeGalileoEphemeris, decoding::GalileoEphemeris{}, 'E', FileGalileo);
         break;
-    }
-    case decoding::LogGalInavEphemeris: {
-        decoding::GalileoInavEphemeris eph{};
-        if (decoding::decodeGalileoInavEphemeris(frame, header, eph) != 0) return 0;
-        reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference, 'E')) return 0;
-        file = navigationFile(FileGalileo);
-        written = navigation_.writeGalileoInav(&files_[file], eph);
+    case decoding::LogGalInavEphemeris:
+        wanted = take(decoding::decodeGalileoInavEphemeris, decoding::GalileoInavEphemeris{}, 'E', FileGalileo);
         break;
-    }
-    case decoding::LogGalFnavEphemeris: {
-        decoding::GalileoFnavEphemeris eph{};
-        if (decoding::decodeGalileoFnavEphemeris(frame, header, eph) != 0) return 0;
-        reference = rinex::referenceTime(eph);
-        if (!navigationWanted(reference, 'E')) return 0;
-        file = navigationFile(FileGalileo);
-        written = navigation_.writeGalileoFnav(&files_[file], eph);
+    case decoding::LogGalFnavEphemeris:
+        wanted = take(decoding::decodeGalileoFnavEphemeris, decoding::GalileoFnavEphemeris{}, 'E', FileGalileo);
         break;
-    }
     default:
-        return 0;
+        break;
     }
+    return wanted ? submitNavigation(nav) : 0;
+}
+
+qint64 Rinex3xx::writeNavigation(const NavigationRecord& nav) {
+    const int file = nav.file;
+    qint64 written = 0;
+    if (const auto* record = std::get_if<decoding::IonoUtcParameters>(&nav.record)) {
+        // 4.00 keeps these values in ION and STO records of the navigation file.
+        written = navigation_.writeIonoUtc(&files_[file], *record);
+        checkDevice(files_[file]);
+        return written;
+    }
+    rinex::CNumericLocale numericLocale; // the records are printed with a decimal point
+    QFile* device = &files_[file];
+    if (const auto* eph = std::get_if<decoding::GpsEphemeris>(&nav.record))
+        written = navigation_.writeGps(device, *eph);
+    else if (const auto* eph = std::get_if<decoding::GlonassEphemeris>(&nav.record))
+        written = navigation_.writeGlonass(device, *eph, leapSeconds_);
+    else if (const auto* eph = std::get_if<decoding::Bd2Ephemeris>(&nav.record))
+        written = navigation_.writeBd2(device, *eph);
+    else if (const auto* eph = std::get_if<decoding::BeidouEphemeris>(&nav.record))
+        written = navigation_.writeBeidou(device, *eph);
+    else if (const auto* eph = std::get_if<decoding::GalileoEphemeris>(&nav.record))
+        written = navigation_.writeGalileo(device, *eph);
+    else if (const auto* eph = std::get_if<decoding::GalileoInavEphemeris>(&nav.record))
+        written = navigation_.writeGalileoInav(device, *eph);
+    else if (const auto* eph = std::get_if<decoding::GalileoFnavEphemeris>(&nav.record))
+        written = navigation_.writeGalileoFnav(device, *eph);
     checkDevice(files_[file]);
-    if (written > 0 && reference != rinex::kUnknownReference) {
-        if (navigationFirst_ == 0 || reference < navigationFirst_) navigationFirst_ = reference;
-        if (reference > navigationLast_) navigationLast_ = reference;
+    if (written > 0 && nav.reference != rinex::kUnknownReference) {
+        if (navigationFirst_ == 0 || nav.reference < navigationFirst_) navigationFirst_ = nav.reference;
+        if (nav.reference > navigationLast_) navigationLast_ = nav.reference;
     }
     return written;
 }
@@ -517,7 +512,10 @@ void Rinex3xx::checkDevice(QFile& file) {
 
 qint64 Rinex3xx::writeLine(QFile& file, const char* data, qint64 length) {
     // Pending epoch lines go first: the file keeps the order in which the lines were made.
-    if (&file == &files_[FileObservation]) flushEpochs();
+    if (&file == &files_[FileObservation]) {
+        if (pipeline_) pipeline_->drain();
+        flushEpochs();
+    }
     return writeToDevice(file, data, length);
 }
 

@@ -10,6 +10,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <memory>
 #include <vector>
 
 #include "decoding/iono_utc.h"
@@ -30,6 +31,13 @@ struct SignalInfo;
 } // namespace decoding
 
 class Rinex3xx;
+struct NavigationRecord; // rinex/output_job.h
+struct OutputJob;
+
+namespace rinex {
+template <typename Job>
+class OutputPipeline;
+} // namespace rinex
 
 // Observations of the current receiver epoch (one range log).
 struct EpochWorkArea {
@@ -108,6 +116,10 @@ public:
     // Long file names: open() then takes a folder (or a path in it), writes under temporary
     // names there and renames the files at close.
     bool setLongNames(const rinex::LongNameFields& fields);
+    // Epochs and navigation records formatted and written on a second thread, in the order
+    // they come (off by default). handleFrame then returns 0 for them: they reach the files
+    // later, all of them by close(). The files' bytes are the same either way.
+    bool setOutputThread(bool on);
 
     // Opens base+"O", "C", "L", "N", "G" (base = path without its last character); with merged
     // navigation base+"O" and base+"P".
@@ -148,7 +160,14 @@ private:
 
     qint64 handleObservationLog(const uint8_t* frame, const decoding::LogHeader& header);
     qint64 handleNavigationLog(const uint8_t* frame, const decoding::LogHeader& header);
+    // An epoch or navigation record to write: at once, or handed to the output thread.
     qint64 writeEpoch();
+    qint64 submitNavigation(const NavigationRecord& record);
+    void startOutputThread();
+    // What the output thread runs (or the decoding thread, without one).
+    void handleOutputJob(OutputJob& job);
+    qint64 formatEpoch(const EpochWorkArea& epoch);
+    qint64 writeNavigation(const NavigationRecord& record);
     int formatSatelliteLine(char* line, const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
     double glonassBias(const char* code) const;
     bool writeObservationHeader();
@@ -266,4 +285,11 @@ private:
     qint64 navigationFirst_ = 0, navigationLast_ = 0;
     QByteArray observedSystems_;
     bool created_[FileCount] = {};
+
+    // The output thread, while the files are open and it was asked for. Between drain() and
+    // the next job handed over, the decoding thread may touch what the jobs touch: the files,
+    // the epoch block and bookkeeping, the signal map, GLONASS slots, navigation state and
+    // the write error.
+    bool outputThread_ = false;
+    std::unique_ptr<rinex::OutputPipeline<OutputJob>> pipeline_;
 };

@@ -68,6 +68,8 @@ void ThreadBinaryToRinex::startConvert() {
 
         writer_ = new Rinex3xx();
         applyOptions();
+        // Epochs are formatted and written on a second thread while this one decodes.
+        writer_->setOutputThread(true);
         if (writer_->open(outputPath) == 0)
             throw ConvertFailure{QString("open file failed, %1").arg(outputPath)};
 
