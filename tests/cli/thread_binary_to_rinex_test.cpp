@@ -278,6 +278,41 @@ TEST(ConversionWorker, CancelInMidFileLeavesFiveClosedFilesWithHeaders) {
     EXPECT_TRUE(readAll(dir.filePath("out.24O")).contains("\n> "));
 }
 
+TEST(ConversionWorker, CancelLeavesOnlyWholeEpochs) {
+    const QByteArray stream = readAll(streamPath("cebr-rangecmp-legacy.dat"));
+    if (stream.isEmpty()) GTEST_SKIP() << "test stream missing";
+    QTemporaryDir dir;
+    const QString input = writeFile(dir.filePath("long.dat"), stream.repeated(int(24 * MiB / stream.size())));
+    const QString output = dir.filePath("out.24_");
+    Driver driver({{"Path Input", input}, {"Path Output", output}});
+    driver.cancelOnFirstProgress = true;
+    driver.start();
+    driver.waitForFinished(60000);
+    driver.cancel();
+
+    // Epochs handed to the output thread before the cancel are written whole: every epoch
+    // line is followed by as many satellite lines as it announces, and the file ends with
+    // a complete line.
+    const QByteArray observations = readAll(dir.filePath("out.24O"));
+    ASSERT_TRUE(observations.endsWith("\r\n"));
+    const QList<QByteArray> lines = observations.split('\n');
+    int epochs = 0;
+    int expected = 0;
+    for (const QByteArray& line : lines) {
+        if (line.isEmpty()) continue;
+        if (expected > 0) {
+            EXPECT_FALSE(line.startsWith(">")) << line.toStdString();
+            --expected;
+            continue;
+        }
+        if (!line.startsWith("> ")) continue; // header lines
+        ++epochs;
+        expected = line.mid(32, 3).trimmed().toInt();
+    }
+    EXPECT_EQ(expected, 0);
+    EXPECT_GT(epochs, 0);
+}
+
 TEST(ConversionWorker, StreamConvertsWithTheOptionsApplied) {
     const QString input = streamPath("cebr-range-key.dat");
     if (!QFile::exists(input)) GTEST_SKIP() << "test stream missing";
