@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "gnss/constants.h"
+#include "gnss/geodesy.h"
 #include "gnss/gps_calendar.h"
 #include "velmoor/versions.h"
 
@@ -22,20 +23,6 @@ constexpr qint64 kMinimumReservation = 16 * kLineBytes;
 constexpr int kHeaderLineCapacity = 128;
 constexpr int kTypesPerLine = 13;
 constexpr int kSlotsPerLine = 8;
-
-constexpr double kDegrees = gnss::kDegree;
-constexpr double kWgs84A = gnss::kWgs84SemiMajorAxis;
-constexpr double kWgs84E2 = gnss::kWgs84EccentricitySquared;
-
-void geodeticToXyz(double latitude, double longitude, double height, double& x, double& y, double& z) {
-    const double phi = latitude * kDegrees;
-    const double lambda = longitude * kDegrees;
-    const double s = std::sin(phi);
-    const double n = kWgs84A / std::sqrt(1.0 - kWgs84E2 * s * s);
-    x = (n + height) * std::cos(phi) * std::cos(lambda);
-    y = (n + height) * std::cos(phi) * std::sin(lambda);
-    z = (n * (1.0 - kWgs84E2) + height) * s;
-}
 
 // Formats into a bounded line; a line cut short keeps its "\r\n" so that the next line
 // still starts on its own.
@@ -178,8 +165,8 @@ bool Rinex3xx::writeObservationHeader() {
     height -= antennaDeltaH_;
     const bool antennaHeightGiven = antennaHeight_ != rinex::kNoValue;
     if (antennaHeightGiven) height -= antennaHeight_;
-    double x = 0, y = 0, z = 0;
-    geodeticToXyz(latitude, longitude, height, x, y, z);
+    const gnss::Ecef xyz = gnss::ecefOf({latitude * gnss::kDegree, longitude * gnss::kDegree, height});
+    double x = xyz[0], y = xyz[1], z = xyz[2];
     // A position that does not fit its 14-character fields (absurd values from the stream)
     // is written as zeros, the usual "unknown", so that the line keeps its columns.
     const auto fits = [](double v) { return std::fabs(v) < 9.9e7; };

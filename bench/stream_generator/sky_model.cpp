@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sample_generator/geodesy.h"
+#include "sample_generator/position_degrees.h"
 
 namespace bench {
 
@@ -130,8 +130,8 @@ Vec3 Satellite::velocity(double t) const {
 }
 
 SkyModel::SkyModel(const SkyOptions& options) : options_(options), noise_(options.seed) {
-    const auto xyz = sample_generator::cartesianOf(
-        sample_generator::Geodetic{options.latitude, options.longitude, options.height});
+    const auto xyz = sample_generator::ecefOf(
+        sample_generator::PositionDegrees{options.latitude, options.longitude, options.height});
     antenna_ = {xyz[0], xyz[1], xyz[2]};
     const double lat = options.latitude * kDegree, lon = options.longitude * kDegree;
     up_ = {std::cos(lat) * std::cos(lon), std::cos(lat) * std::sin(lon), std::sin(lat)};

@@ -56,9 +56,16 @@ inline bool same(uint8_t a, uint8_t b) {
     return a == b;
 }
 
-#define NAV_EXPECT_FIELD(expected, actual, field)                                                            \
-    EXPECT_TRUE(::navtest::same((expected).field, (actual).field))                                           \
-        << #field << ": expected " << +(expected).field << ", got " << +(actual).field
+// Field-by-field comparison; arrays element by element.
+template <class T> void expectSameValue(const char* field, const T& expected, const T& actual) {
+    EXPECT_TRUE(same(expected, actual)) << field << ": expected " << +expected << ", got " << +actual;
+}
+template <class T, size_t N> void expectSameValue(const char* field, const T (&expected)[N], const T (&actual)[N]) {
+    for (size_t i = 0; i < N; ++i) {
+        SCOPED_TRACE(testing::Message() << "index " << i);
+        expectSameValue(field, expected[i], actual[i]);
+    }
+}
 
 // Hands out a different value on every call, with no zero byte in the integers and a
 // different magnitude and sign pattern in the floating values.
@@ -77,601 +84,86 @@ public:
     uint16_t u16() { return uint16_t(0x0101u * ++n_); }
     uint8_t u8() { return uint8_t(++n_); }
 
+    void fill(double& v) { v = f64(); }
+    void fill(float& v) { v = f32(); }
+    void fill(uint32_t& v) { v = u32(); }
+    void fill(uint16_t& v) { v = u16(); }
+    void fill(uint8_t& v) { v = u8(); }
+    template <class T, size_t N> void fill(T (&values)[N]) {
+        for (T& v : values)
+            fill(v);
+    }
+
 private:
     uint32_t n_ = 0;
 };
 
-inline decoding::GpsEphemeris distinctGpsEphemeris() {
-    Distinct d;
-    decoding::GpsEphemeris r{};
-    r.satellite = d.u32();
-    r.tow = d.f64();
-    r.health = d.u32();
-    r.iode1 = d.u32();
-    r.iode2 = d.u32();
-    r.week = d.u32();
-    r.zWeek = d.u32();
-    r.toe = d.f64();
-    r.a = d.f64();
-    r.deltaN = d.f64();
-    r.m0 = d.f64();
-    r.eccentricity = d.f64();
-    r.omega = d.f64();
-    r.cuc = d.f64();
-    r.cus = d.f64();
-    r.crc = d.f64();
-    r.crs = d.f64();
-    r.cic = d.f64();
-    r.cis = d.f64();
-    r.i0 = d.f64();
-    r.iDot = d.f64();
-    r.omega0 = d.f64();
-    r.omegaDot = d.f64();
-    r.iodc = d.u32();
-    r.toc = d.f64();
-    r.tgd = d.f64();
-    r.af0 = d.f64();
-    r.af1 = d.f64();
-    r.af2 = d.f64();
-    r.antiSpoofing = d.u32();
-    r.correctedMeanMotion = d.f64();
-    r.uraVariance = d.f64();
-    return r;
-}
+// Every field of each record, in layout order: one list makes the record with distinct
+// values and compares two records.
+#define NAVTEST_FIELDS_GPS_EPHEMERIS(X) X(satellite) X(tow) X(health) X(iode1) X(iode2) X(week) X(zWeek) \
+    X(toe) X(a) X(deltaN) X(m0) X(eccentricity) X(omega) X(cuc) X(cus) X(crc) X(crs) X(cic) X(cis) X(i0) \
+    X(iDot) X(omega0) X(omegaDot) X(iodc) X(toc) X(tgd) X(af0) X(af1) X(af2) X(antiSpoofing)             \
+    X(correctedMeanMotion) X(uraVariance)
 
-inline void expectSameBody(const decoding::GpsEphemeris& e, const decoding::GpsEphemeris& a) {
-    NAV_EXPECT_FIELD(e, a, satellite);
-    NAV_EXPECT_FIELD(e, a, tow);
-    NAV_EXPECT_FIELD(e, a, health);
-    NAV_EXPECT_FIELD(e, a, iode1);
-    NAV_EXPECT_FIELD(e, a, iode2);
-    NAV_EXPECT_FIELD(e, a, week);
-    NAV_EXPECT_FIELD(e, a, zWeek);
-    NAV_EXPECT_FIELD(e, a, toe);
-    NAV_EXPECT_FIELD(e, a, a);
-    NAV_EXPECT_FIELD(e, a, deltaN);
-    NAV_EXPECT_FIELD(e, a, m0);
-    NAV_EXPECT_FIELD(e, a, eccentricity);
-    NAV_EXPECT_FIELD(e, a, omega);
-    NAV_EXPECT_FIELD(e, a, cuc);
-    NAV_EXPECT_FIELD(e, a, cus);
-    NAV_EXPECT_FIELD(e, a, crc);
-    NAV_EXPECT_FIELD(e, a, crs);
-    NAV_EXPECT_FIELD(e, a, cic);
-    NAV_EXPECT_FIELD(e, a, cis);
-    NAV_EXPECT_FIELD(e, a, i0);
-    NAV_EXPECT_FIELD(e, a, iDot);
-    NAV_EXPECT_FIELD(e, a, omega0);
-    NAV_EXPECT_FIELD(e, a, omegaDot);
-    NAV_EXPECT_FIELD(e, a, iodc);
-    NAV_EXPECT_FIELD(e, a, toc);
-    NAV_EXPECT_FIELD(e, a, tgd);
-    NAV_EXPECT_FIELD(e, a, af0);
-    NAV_EXPECT_FIELD(e, a, af1);
-    NAV_EXPECT_FIELD(e, a, af2);
-    NAV_EXPECT_FIELD(e, a, antiSpoofing);
-    NAV_EXPECT_FIELD(e, a, correctedMeanMotion);
-    NAV_EXPECT_FIELD(e, a, uraVariance);
-}
+#define NAVTEST_FIELDS_GLONASS_EPHEMERIS(X) X(slot) X(frequency) X(satelliteType) X(week) X(referenceTime)   \
+    X(timeOffset) X(dayNumber) X(issue) X(health) X(x) X(y) X(z) X(vx) X(vy) X(vz) X(ax) X(ay) X(az) X(tauN) \
+    X(deltaTauN) X(gammaN) X(tk) X(pFlags) X(ft) X(ageOfData) X(flags)
 
-inline decoding::GlonassEphemeris distinctGlonassEphemeris() {
-    Distinct d;
-    decoding::GlonassEphemeris r{};
-    r.slot = d.u16();
-    r.frequency = d.u16();
-    r.satelliteType = d.u8();
-    r.week = d.u16();
-    r.referenceTime = d.u32();
-    r.timeOffset = d.u32();
-    r.dayNumber = d.u16();
-    r.issue = d.u32();
-    r.health = d.u32();
-    r.x = d.f64();
-    r.y = d.f64();
-    r.z = d.f64();
-    r.vx = d.f64();
-    r.vy = d.f64();
-    r.vz = d.f64();
-    r.ax = d.f64();
-    r.ay = d.f64();
-    r.az = d.f64();
-    r.tauN = d.f64();
-    r.deltaTauN = d.f64();
-    r.gammaN = d.f64();
-    r.tk = d.u32();
-    r.pFlags = d.u32();
-    r.ft = d.u32();
-    r.ageOfData = d.u32();
-    r.flags = d.u32();
-    return r;
-}
+#define NAVTEST_FIELDS_IONO_UTC_PARAMETERS(X) X(alpha) X(beta) X(utcWeek) X(utcTime) X(a0) X(a1) X(leapWeek) \
+    X(leapDay) X(leapSeconds) X(leapSecondsFuture) X(last)
 
-inline void expectSameBody(const decoding::GlonassEphemeris& e, const decoding::GlonassEphemeris& a) {
-    NAV_EXPECT_FIELD(e, a, slot);
-    NAV_EXPECT_FIELD(e, a, frequency);
-    NAV_EXPECT_FIELD(e, a, satelliteType);
-    NAV_EXPECT_FIELD(e, a, week);
-    NAV_EXPECT_FIELD(e, a, referenceTime);
-    NAV_EXPECT_FIELD(e, a, timeOffset);
-    NAV_EXPECT_FIELD(e, a, dayNumber);
-    NAV_EXPECT_FIELD(e, a, issue);
-    NAV_EXPECT_FIELD(e, a, health);
-    NAV_EXPECT_FIELD(e, a, x);
-    NAV_EXPECT_FIELD(e, a, y);
-    NAV_EXPECT_FIELD(e, a, z);
-    NAV_EXPECT_FIELD(e, a, vx);
-    NAV_EXPECT_FIELD(e, a, vy);
-    NAV_EXPECT_FIELD(e, a, vz);
-    NAV_EXPECT_FIELD(e, a, ax);
-    NAV_EXPECT_FIELD(e, a, ay);
-    NAV_EXPECT_FIELD(e, a, az);
-    NAV_EXPECT_FIELD(e, a, tauN);
-    NAV_EXPECT_FIELD(e, a, deltaTauN);
-    NAV_EXPECT_FIELD(e, a, gammaN);
-    NAV_EXPECT_FIELD(e, a, tk);
-    NAV_EXPECT_FIELD(e, a, pFlags);
-    NAV_EXPECT_FIELD(e, a, ft);
-    NAV_EXPECT_FIELD(e, a, ageOfData);
-    NAV_EXPECT_FIELD(e, a, flags);
-}
+#define NAVTEST_FIELDS_BD2_EPHEMERIS(X) X(satellite) X(tow) X(health) X(aode) X(week) X(week2) X(toe) X(a) \
+    X(deltaN) X(m0) X(eccentricity) X(omega) X(cuc) X(cus) X(crc) X(crs) X(cic) X(cis) X(i0) X(iDot)       \
+    X(omega0) X(omegaDot) X(aodc) X(toc) X(tgd1) X(a0) X(a1) X(a2) X(tgd2) X(antiSpoofing)                 \
+    X(correctedMeanMotion) X(uraVariance)
 
-inline decoding::IonoUtcParameters distinctIonoUtc() {
-    Distinct d;
-    decoding::IonoUtcParameters r{};
-    for (double& v : r.alpha)
-        v = d.f64();
-    for (double& v : r.beta)
-        v = d.f64();
-    r.utcWeek = d.u32();
-    r.utcTime = d.u32();
-    r.a0 = d.f64();
-    r.a1 = d.f64();
-    r.leapWeek = d.u32();
-    r.leapDay = d.u32();
-    r.leapSeconds = d.u32();
-    r.leapSecondsFuture = d.u32();
-    r.last = d.u32();
-    return r;
-}
+#define NAVTEST_FIELDS_BEIDOU_EPHEMERIS(X) X(satellite) X(week) X(ura) X(health) X(tgd1) X(tgd2) X(aodc) \
+    X(toc) X(a0) X(a1) X(a2) X(aode) X(toe) X(sqrtA) X(eccentricity) X(omega) X(deltaN) X(m0) X(omega0)  \
+    X(omegaDot) X(i0) X(iDot) X(cuc) X(cus) X(crc) X(crs) X(cic) X(cis)
 
-inline void expectSameBody(const decoding::IonoUtcParameters& e, const decoding::IonoUtcParameters& a) {
-    for (int i = 0; i < 4; ++i) {
-        NAV_EXPECT_FIELD(e, a, alpha[i]) << " (index " << i << ")";
-        NAV_EXPECT_FIELD(e, a, beta[i]) << " (index " << i << ")";
-    }
-    NAV_EXPECT_FIELD(e, a, utcWeek);
-    NAV_EXPECT_FIELD(e, a, utcTime);
-    NAV_EXPECT_FIELD(e, a, a0);
-    NAV_EXPECT_FIELD(e, a, a1);
-    NAV_EXPECT_FIELD(e, a, leapWeek);
-    NAV_EXPECT_FIELD(e, a, leapDay);
-    NAV_EXPECT_FIELD(e, a, leapSeconds);
-    NAV_EXPECT_FIELD(e, a, leapSecondsFuture);
-    NAV_EXPECT_FIELD(e, a, last);
-}
+#define NAVTEST_FIELDS_GALILEO_EPHEMERIS(X) X(satellite) X(fnavReceived) X(inavReceived) X(e1bHealth) \
+    X(e5aHealth) X(e5bHealth) X(e1bDvs) X(e5aDvs) X(e5bDvs) X(sisaIndex) X(reserved) X(iodNav) X(toe) \
+    X(sqrtA) X(deltaN) X(m0) X(eccentricity) X(omega) X(cuc) X(cus) X(crc) X(crs) X(cic) X(cis) X(i0) \
+    X(iDot) X(omega0) X(omegaDot) X(fnavToc) X(fnavAf0) X(fnavAf1) X(fnavAf2) X(inavToc) X(inavAf0)   \
+    X(inavAf1) X(inavAf2) X(bgdE5aE1) X(bgdE5bE1)
 
-inline decoding::Bd2Ephemeris distinctBd2Ephemeris() {
-    Distinct d;
-    decoding::Bd2Ephemeris r{};
-    r.satellite = d.u32();
-    r.tow = d.f64();
-    r.health = d.u32();
-    r.aode = d.u32();
-    r.week = d.u32();
-    r.week2 = d.u32();
-    r.toe = d.f64();
-    r.a = d.f64();
-    r.deltaN = d.f64();
-    r.m0 = d.f64();
-    r.eccentricity = d.f64();
-    r.omega = d.f64();
-    r.cuc = d.f64();
-    r.cus = d.f64();
-    r.crc = d.f64();
-    r.crs = d.f64();
-    r.cic = d.f64();
-    r.cis = d.f64();
-    r.i0 = d.f64();
-    r.iDot = d.f64();
-    r.omega0 = d.f64();
-    r.omegaDot = d.f64();
-    r.aodc = d.u32();
-    r.toc = d.f64();
-    r.tgd1 = d.f64();
-    r.a0 = d.f64();
-    r.a1 = d.f64();
-    r.a2 = d.f64();
-    r.tgd2 = d.f64();
-    r.antiSpoofing = d.u32();
-    r.correctedMeanMotion = d.f64();
-    r.uraVariance = d.f64();
-    return r;
-}
+#define NAVTEST_FIELDS_GALILEO_INAV_EPHEMERIS(X) X(satellite) X(e5bHealth) X(e5bDvs) X(reserved1)       \
+    X(reserved2) X(e1bHealth) X(e1bDvs) X(reserved3) X(reserved4) X(iodNav) X(sisaIndex) X(inavSource)  \
+    X(toe) X(toc) X(m0) X(deltaN) X(eccentricity) X(sqrtA) X(i0) X(iDot) X(omega0) X(omega) X(omegaDot) \
+    X(cuc) X(cus) X(crc) X(crs) X(cic) X(cis) X(af0) X(af1) X(af2) X(bgdE5aE1) X(bgdE5bE1)
 
-inline void expectSameBody(const decoding::Bd2Ephemeris& e, const decoding::Bd2Ephemeris& a) {
-    NAV_EXPECT_FIELD(e, a, satellite);
-    NAV_EXPECT_FIELD(e, a, tow);
-    NAV_EXPECT_FIELD(e, a, health);
-    NAV_EXPECT_FIELD(e, a, aode);
-    NAV_EXPECT_FIELD(e, a, week);
-    NAV_EXPECT_FIELD(e, a, week2);
-    NAV_EXPECT_FIELD(e, a, toe);
-    NAV_EXPECT_FIELD(e, a, a);
-    NAV_EXPECT_FIELD(e, a, deltaN);
-    NAV_EXPECT_FIELD(e, a, m0);
-    NAV_EXPECT_FIELD(e, a, eccentricity);
-    NAV_EXPECT_FIELD(e, a, omega);
-    NAV_EXPECT_FIELD(e, a, cuc);
-    NAV_EXPECT_FIELD(e, a, cus);
-    NAV_EXPECT_FIELD(e, a, crc);
-    NAV_EXPECT_FIELD(e, a, crs);
-    NAV_EXPECT_FIELD(e, a, cic);
-    NAV_EXPECT_FIELD(e, a, cis);
-    NAV_EXPECT_FIELD(e, a, i0);
-    NAV_EXPECT_FIELD(e, a, iDot);
-    NAV_EXPECT_FIELD(e, a, omega0);
-    NAV_EXPECT_FIELD(e, a, omegaDot);
-    NAV_EXPECT_FIELD(e, a, aodc);
-    NAV_EXPECT_FIELD(e, a, toc);
-    NAV_EXPECT_FIELD(e, a, tgd1);
-    NAV_EXPECT_FIELD(e, a, a0);
-    NAV_EXPECT_FIELD(e, a, a1);
-    NAV_EXPECT_FIELD(e, a, a2);
-    NAV_EXPECT_FIELD(e, a, tgd2);
-    NAV_EXPECT_FIELD(e, a, antiSpoofing);
-    NAV_EXPECT_FIELD(e, a, correctedMeanMotion);
-    NAV_EXPECT_FIELD(e, a, uraVariance);
-}
+#define NAVTEST_FIELDS_GALILEO_FNAV_EPHEMERIS(X) X(satellite) X(e5aHealth) X(e5aDvs) X(reserved1)           \
+    X(reserved2) X(iodNav) X(sisaIndex) X(reserved3) X(toe) X(toc) X(m0) X(deltaN) X(eccentricity) X(sqrtA) \
+    X(i0) X(iDot) X(omega0) X(omega) X(omegaDot) X(cuc) X(cus) X(crc) X(crs) X(cic) X(cis) X(af0) X(af1)    \
+    X(af2) X(bgdE5aE1)
 
-inline decoding::BeidouEphemeris distinctBeidouEphemeris() {
-    Distinct d;
-    decoding::BeidouEphemeris r{};
-    r.satellite = d.u32();
-    r.week = d.u32();
-    r.ura = d.f64();
-    r.health = d.u32();
-    r.tgd1 = d.f64();
-    r.tgd2 = d.f64();
-    r.aodc = d.u32();
-    r.toc = d.u32();
-    r.a0 = d.f64();
-    r.a1 = d.f64();
-    r.a2 = d.f64();
-    r.aode = d.u32();
-    r.toe = d.u32();
-    r.sqrtA = d.f64();
-    r.eccentricity = d.f64();
-    r.omega = d.f64();
-    r.deltaN = d.f64();
-    r.m0 = d.f64();
-    r.omega0 = d.f64();
-    r.omegaDot = d.f64();
-    r.i0 = d.f64();
-    r.iDot = d.f64();
-    r.cuc = d.f64();
-    r.cus = d.f64();
-    r.crc = d.f64();
-    r.crs = d.f64();
-    r.cic = d.f64();
-    r.cis = d.f64();
-    return r;
-}
+#define NAVTEST_FIELDS_POSITION_SOLUTION(X) X(solutionStatus) X(positionType) X(latitude) X(longitude) \
+    X(height) X(undulation) X(datumId) X(latitudeStd) X(longitudeStd) X(heightStd) X(stationId)        \
+    X(differentialAge) X(solutionAge) X(satellitesTracked) X(satellitesInSolution) X(signalMask)
 
-inline void expectSameBody(const decoding::BeidouEphemeris& e, const decoding::BeidouEphemeris& a) {
-    NAV_EXPECT_FIELD(e, a, satellite);
-    NAV_EXPECT_FIELD(e, a, week);
-    NAV_EXPECT_FIELD(e, a, ura);
-    NAV_EXPECT_FIELD(e, a, health);
-    NAV_EXPECT_FIELD(e, a, tgd1);
-    NAV_EXPECT_FIELD(e, a, tgd2);
-    NAV_EXPECT_FIELD(e, a, aodc);
-    NAV_EXPECT_FIELD(e, a, toc);
-    NAV_EXPECT_FIELD(e, a, a0);
-    NAV_EXPECT_FIELD(e, a, a1);
-    NAV_EXPECT_FIELD(e, a, a2);
-    NAV_EXPECT_FIELD(e, a, aode);
-    NAV_EXPECT_FIELD(e, a, toe);
-    NAV_EXPECT_FIELD(e, a, sqrtA);
-    NAV_EXPECT_FIELD(e, a, eccentricity);
-    NAV_EXPECT_FIELD(e, a, omega);
-    NAV_EXPECT_FIELD(e, a, deltaN);
-    NAV_EXPECT_FIELD(e, a, m0);
-    NAV_EXPECT_FIELD(e, a, omega0);
-    NAV_EXPECT_FIELD(e, a, omegaDot);
-    NAV_EXPECT_FIELD(e, a, i0);
-    NAV_EXPECT_FIELD(e, a, iDot);
-    NAV_EXPECT_FIELD(e, a, cuc);
-    NAV_EXPECT_FIELD(e, a, cus);
-    NAV_EXPECT_FIELD(e, a, crc);
-    NAV_EXPECT_FIELD(e, a, crs);
-    NAV_EXPECT_FIELD(e, a, cic);
-    NAV_EXPECT_FIELD(e, a, cis);
-}
+#define NAVTEST_FIELDS_TIME_SOLUTION(X) X(clockStatus) X(receiverClockOffset) X(receiverClockOffsetStd)   \
+    X(utcOffset) X(utcYear) X(utcMonth) X(utcDay) X(utcHour) X(utcMinute) X(utcMilliseconds) X(utcStatus)
 
-inline decoding::GalileoEphemeris distinctGalileoEphemeris() {
-    Distinct d;
-    decoding::GalileoEphemeris r{};
-    r.satellite = d.u32();
-    r.fnavReceived = d.u32();
-    r.inavReceived = d.u32();
-    r.e1bHealth = d.u8();
-    r.e5aHealth = d.u8();
-    r.e5bHealth = d.u8();
-    r.e1bDvs = d.u8();
-    r.e5aDvs = d.u8();
-    r.e5bDvs = d.u8();
-    r.sisaIndex = d.u8();
-    r.reserved = d.u8();
-    r.iodNav = d.u32();
-    r.toe = d.u32();
-    r.sqrtA = d.f64();
-    r.deltaN = d.f64();
-    r.m0 = d.f64();
-    r.eccentricity = d.f64();
-    r.omega = d.f64();
-    r.cuc = d.f64();
-    r.cus = d.f64();
-    r.crc = d.f64();
-    r.crs = d.f64();
-    r.cic = d.f64();
-    r.cis = d.f64();
-    r.i0 = d.f64();
-    r.iDot = d.f64();
-    r.omega0 = d.f64();
-    r.omegaDot = d.f64();
-    r.fnavToc = d.u32();
-    r.fnavAf0 = d.f64();
-    r.fnavAf1 = d.f64();
-    r.fnavAf2 = d.f64();
-    r.inavToc = d.u32();
-    r.inavAf0 = d.f64();
-    r.inavAf1 = d.f64();
-    r.inavAf2 = d.f64();
-    r.bgdE5aE1 = d.f64();
-    r.bgdE5bE1 = d.f64();
-    return r;
-}
+#define NAVTEST_FILL(field) d.fill(r.field);
+#define NAVTEST_EXPECT(field) expectSameValue(#field, e.field, a.field);
+#define NAVTEST_RECORD(Type, distinctName, fields)                                                         \
+    inline decoding::Type distinctName() {                                                                  \
+        Distinct d;                                                                                         \
+        decoding::Type r{};                                                                                 \
+        fields(NAVTEST_FILL) return r;                                                                      \
+    }                                                                                                       \
+    inline void expectSameBody(const decoding::Type& e, const decoding::Type& a) { fields(NAVTEST_EXPECT) }
 
-inline void expectSameBody(const decoding::GalileoEphemeris& e, const decoding::GalileoEphemeris& a) {
-    NAV_EXPECT_FIELD(e, a, satellite);
-    NAV_EXPECT_FIELD(e, a, fnavReceived);
-    NAV_EXPECT_FIELD(e, a, inavReceived);
-    NAV_EXPECT_FIELD(e, a, e1bHealth);
-    NAV_EXPECT_FIELD(e, a, e5aHealth);
-    NAV_EXPECT_FIELD(e, a, e5bHealth);
-    NAV_EXPECT_FIELD(e, a, e1bDvs);
-    NAV_EXPECT_FIELD(e, a, e5aDvs);
-    NAV_EXPECT_FIELD(e, a, e5bDvs);
-    NAV_EXPECT_FIELD(e, a, sisaIndex);
-    NAV_EXPECT_FIELD(e, a, reserved);
-    NAV_EXPECT_FIELD(e, a, iodNav);
-    NAV_EXPECT_FIELD(e, a, toe);
-    NAV_EXPECT_FIELD(e, a, sqrtA);
-    NAV_EXPECT_FIELD(e, a, deltaN);
-    NAV_EXPECT_FIELD(e, a, m0);
-    NAV_EXPECT_FIELD(e, a, eccentricity);
-    NAV_EXPECT_FIELD(e, a, omega);
-    NAV_EXPECT_FIELD(e, a, cuc);
-    NAV_EXPECT_FIELD(e, a, cus);
-    NAV_EXPECT_FIELD(e, a, crc);
-    NAV_EXPECT_FIELD(e, a, crs);
-    NAV_EXPECT_FIELD(e, a, cic);
-    NAV_EXPECT_FIELD(e, a, cis);
-    NAV_EXPECT_FIELD(e, a, i0);
-    NAV_EXPECT_FIELD(e, a, iDot);
-    NAV_EXPECT_FIELD(e, a, omega0);
-    NAV_EXPECT_FIELD(e, a, omegaDot);
-    NAV_EXPECT_FIELD(e, a, fnavToc);
-    NAV_EXPECT_FIELD(e, a, fnavAf0);
-    NAV_EXPECT_FIELD(e, a, fnavAf1);
-    NAV_EXPECT_FIELD(e, a, fnavAf2);
-    NAV_EXPECT_FIELD(e, a, inavToc);
-    NAV_EXPECT_FIELD(e, a, inavAf0);
-    NAV_EXPECT_FIELD(e, a, inavAf1);
-    NAV_EXPECT_FIELD(e, a, inavAf2);
-    NAV_EXPECT_FIELD(e, a, bgdE5aE1);
-    NAV_EXPECT_FIELD(e, a, bgdE5bE1);
-}
-
-inline decoding::GalileoInavEphemeris distinctGalileoInavEphemeris() {
-    Distinct d;
-    decoding::GalileoInavEphemeris r{};
-    r.satellite = d.u32();
-    r.e5bHealth = d.u8();
-    r.e5bDvs = d.u8();
-    r.reserved1 = d.u8();
-    r.reserved2 = d.u8();
-    r.e1bHealth = d.u8();
-    r.e1bDvs = d.u8();
-    r.reserved3 = d.u8();
-    r.reserved4 = d.u8();
-    r.iodNav = d.u16();
-    r.sisaIndex = d.u8();
-    r.inavSource = d.u8();
-    r.toe = d.u32();
-    r.toc = d.u32();
-    r.m0 = d.f64();
-    r.deltaN = d.f64();
-    r.eccentricity = d.f64();
-    r.sqrtA = d.f64();
-    r.i0 = d.f64();
-    r.iDot = d.f64();
-    r.omega0 = d.f64();
-    r.omega = d.f64();
-    r.omegaDot = d.f64();
-    r.cuc = d.f64();
-    r.cus = d.f64();
-    r.crc = d.f64();
-    r.crs = d.f64();
-    r.cic = d.f64();
-    r.cis = d.f64();
-    r.af0 = d.f64();
-    r.af1 = d.f64();
-    r.af2 = d.f64();
-    r.bgdE5aE1 = d.f64();
-    r.bgdE5bE1 = d.f64();
-    return r;
-}
-
-// The orbit and clock part that the I/NAV and F/NAV records share.
-template <class Record> void expectSameGalileoOrbit(const Record& e, const Record& a) {
-    NAV_EXPECT_FIELD(e, a, satellite);
-    NAV_EXPECT_FIELD(e, a, iodNav);
-    NAV_EXPECT_FIELD(e, a, sisaIndex);
-    NAV_EXPECT_FIELD(e, a, toe);
-    NAV_EXPECT_FIELD(e, a, toc);
-    NAV_EXPECT_FIELD(e, a, m0);
-    NAV_EXPECT_FIELD(e, a, deltaN);
-    NAV_EXPECT_FIELD(e, a, eccentricity);
-    NAV_EXPECT_FIELD(e, a, sqrtA);
-    NAV_EXPECT_FIELD(e, a, i0);
-    NAV_EXPECT_FIELD(e, a, iDot);
-    NAV_EXPECT_FIELD(e, a, omega0);
-    NAV_EXPECT_FIELD(e, a, omega);
-    NAV_EXPECT_FIELD(e, a, omegaDot);
-    NAV_EXPECT_FIELD(e, a, cuc);
-    NAV_EXPECT_FIELD(e, a, cus);
-    NAV_EXPECT_FIELD(e, a, crc);
-    NAV_EXPECT_FIELD(e, a, crs);
-    NAV_EXPECT_FIELD(e, a, cic);
-    NAV_EXPECT_FIELD(e, a, cis);
-    NAV_EXPECT_FIELD(e, a, af0);
-    NAV_EXPECT_FIELD(e, a, af1);
-    NAV_EXPECT_FIELD(e, a, af2);
-    NAV_EXPECT_FIELD(e, a, bgdE5aE1);
-}
-
-inline void expectSameBody(const decoding::GalileoInavEphemeris& e, const decoding::GalileoInavEphemeris& a) {
-    expectSameGalileoOrbit(e, a);
-    NAV_EXPECT_FIELD(e, a, e5bHealth);
-    NAV_EXPECT_FIELD(e, a, e5bDvs);
-    NAV_EXPECT_FIELD(e, a, reserved1);
-    NAV_EXPECT_FIELD(e, a, reserved2);
-    NAV_EXPECT_FIELD(e, a, e1bHealth);
-    NAV_EXPECT_FIELD(e, a, e1bDvs);
-    NAV_EXPECT_FIELD(e, a, reserved3);
-    NAV_EXPECT_FIELD(e, a, reserved4);
-    NAV_EXPECT_FIELD(e, a, inavSource);
-    NAV_EXPECT_FIELD(e, a, bgdE5bE1);
-}
-
-inline decoding::GalileoFnavEphemeris distinctGalileoFnavEphemeris() {
-    Distinct d;
-    decoding::GalileoFnavEphemeris r{};
-    r.satellite = d.u32();
-    r.e5aHealth = d.u8();
-    r.e5aDvs = d.u8();
-    r.reserved1 = d.u8();
-    r.reserved2 = d.u8();
-    r.iodNav = d.u16();
-    r.sisaIndex = d.u8();
-    r.reserved3 = d.u8();
-    r.toe = d.u32();
-    r.toc = d.u32();
-    r.m0 = d.f64();
-    r.deltaN = d.f64();
-    r.eccentricity = d.f64();
-    r.sqrtA = d.f64();
-    r.i0 = d.f64();
-    r.iDot = d.f64();
-    r.omega0 = d.f64();
-    r.omega = d.f64();
-    r.omegaDot = d.f64();
-    r.cuc = d.f64();
-    r.cus = d.f64();
-    r.crc = d.f64();
-    r.crs = d.f64();
-    r.cic = d.f64();
-    r.cis = d.f64();
-    r.af0 = d.f64();
-    r.af1 = d.f64();
-    r.af2 = d.f64();
-    r.bgdE5aE1 = d.f64();
-    return r;
-}
-
-inline void expectSameBody(const decoding::GalileoFnavEphemeris& e, const decoding::GalileoFnavEphemeris& a) {
-    expectSameGalileoOrbit(e, a);
-    NAV_EXPECT_FIELD(e, a, e5aHealth);
-    NAV_EXPECT_FIELD(e, a, e5aDvs);
-    NAV_EXPECT_FIELD(e, a, reserved1);
-    NAV_EXPECT_FIELD(e, a, reserved2);
-    NAV_EXPECT_FIELD(e, a, reserved3);
-}
-
-inline decoding::PositionSolution distinctPositionSolution() {
-    Distinct d;
-    decoding::PositionSolution r{};
-    r.solutionStatus = d.u32();
-    r.positionType = d.u32();
-    r.latitude = d.f64();
-    r.longitude = d.f64();
-    r.height = d.f64();
-    r.undulation = d.f32();
-    r.datumId = d.u32();
-    r.latitudeStd = d.f32();
-    r.longitudeStd = d.f32();
-    r.heightStd = d.f32();
-    for (uint8_t& b : r.stationId)
-        b = d.u8();
-    r.differentialAge = d.f32();
-    r.solutionAge = d.f32();
-    r.satellitesTracked = d.u8();
-    r.satellitesInSolution = d.u8();
-    r.signalMask = d.u8();
-    return r;
-}
-
-inline void expectSameBody(const decoding::PositionSolution& e, const decoding::PositionSolution& a) {
-    NAV_EXPECT_FIELD(e, a, solutionStatus);
-    NAV_EXPECT_FIELD(e, a, positionType);
-    NAV_EXPECT_FIELD(e, a, latitude);
-    NAV_EXPECT_FIELD(e, a, longitude);
-    NAV_EXPECT_FIELD(e, a, height);
-    NAV_EXPECT_FIELD(e, a, undulation);
-    NAV_EXPECT_FIELD(e, a, datumId);
-    NAV_EXPECT_FIELD(e, a, latitudeStd);
-    NAV_EXPECT_FIELD(e, a, longitudeStd);
-    NAV_EXPECT_FIELD(e, a, heightStd);
-    for (int i = 0; i < 4; ++i)
-        NAV_EXPECT_FIELD(e, a, stationId[i]) << " (index " << i << ")";
-    NAV_EXPECT_FIELD(e, a, differentialAge);
-    NAV_EXPECT_FIELD(e, a, solutionAge);
-    NAV_EXPECT_FIELD(e, a, satellitesTracked);
-    NAV_EXPECT_FIELD(e, a, satellitesInSolution);
-    NAV_EXPECT_FIELD(e, a, signalMask);
-}
-
-inline decoding::TimeSolution distinctTimeSolution() {
-    Distinct d;
-    decoding::TimeSolution r{};
-    r.clockStatus = d.u32();
-    r.receiverClockOffset = d.f64();
-    r.receiverClockOffsetStd = d.f64();
-    r.utcOffset = d.f64();
-    r.utcYear = d.u32();
-    r.utcMonth = d.u8();
-    r.utcDay = d.u8();
-    r.utcHour = d.u8();
-    r.utcMinute = d.u8();
-    r.utcMilliseconds = d.u32();
-    r.utcStatus = d.u32();
-    return r;
-}
-
-inline void expectSameBody(const decoding::TimeSolution& e, const decoding::TimeSolution& a) {
-    NAV_EXPECT_FIELD(e, a, clockStatus);
-    NAV_EXPECT_FIELD(e, a, receiverClockOffset);
-    NAV_EXPECT_FIELD(e, a, receiverClockOffsetStd);
-    NAV_EXPECT_FIELD(e, a, utcOffset);
-    NAV_EXPECT_FIELD(e, a, utcYear);
-    NAV_EXPECT_FIELD(e, a, utcMonth);
-    NAV_EXPECT_FIELD(e, a, utcDay);
-    NAV_EXPECT_FIELD(e, a, utcHour);
-    NAV_EXPECT_FIELD(e, a, utcMinute);
-    NAV_EXPECT_FIELD(e, a, utcMilliseconds);
-    NAV_EXPECT_FIELD(e, a, utcStatus);
-}
+NAVTEST_RECORD(GpsEphemeris, distinctGpsEphemeris, NAVTEST_FIELDS_GPS_EPHEMERIS)
+NAVTEST_RECORD(GlonassEphemeris, distinctGlonassEphemeris, NAVTEST_FIELDS_GLONASS_EPHEMERIS)
+NAVTEST_RECORD(IonoUtcParameters, distinctIonoUtc, NAVTEST_FIELDS_IONO_UTC_PARAMETERS)
+NAVTEST_RECORD(Bd2Ephemeris, distinctBd2Ephemeris, NAVTEST_FIELDS_BD2_EPHEMERIS)
+NAVTEST_RECORD(BeidouEphemeris, distinctBeidouEphemeris, NAVTEST_FIELDS_BEIDOU_EPHEMERIS)
+NAVTEST_RECORD(GalileoEphemeris, distinctGalileoEphemeris, NAVTEST_FIELDS_GALILEO_EPHEMERIS)
+NAVTEST_RECORD(GalileoInavEphemeris, distinctGalileoInavEphemeris, NAVTEST_FIELDS_GALILEO_INAV_EPHEMERIS)
+NAVTEST_RECORD(GalileoFnavEphemeris, distinctGalileoFnavEphemeris, NAVTEST_FIELDS_GALILEO_FNAV_EPHEMERIS)
+NAVTEST_RECORD(PositionSolution, distinctPositionSolution, NAVTEST_FIELDS_POSITION_SOLUTION)
+NAVTEST_RECORD(TimeSolution, distinctTimeSolution, NAVTEST_FIELDS_TIME_SOLUTION)
 
 // The decoded header is the frame's: 28-byte header, the id and body size, the stamp.
 inline void expectFrameHeader(const decoding::LogHeader& h, uint16_t messageId, size_t bodySize,

@@ -102,13 +102,13 @@ HeaderValues headerValuesOf(const rinex_input::ObsHeader& header,
         const auto lon = number(valueOf(v, "position.longitude"));
         const auto h = number(valueOf(v, "position.height"));
         if (lat && lon && h) {
-            v.position = Geodetic{*lat, *lon, *h};
-            v.xyz = cartesianOf(Geodetic{*lat, *lon, *h - v.antennaHeight});
+            v.position = PositionDegrees{*lat, *lon, *h};
+            v.xyz = ecefOf(PositionDegrees{*lat, *lon, *h - v.antennaHeight});
         }
     } else if (header.hasApproxPosition && (header.approxPosition[0] != 0 || header.approxPosition[1] != 0 ||
                                             header.approxPosition[2] != 0)) {
         v.xyz = header.approxPosition;
-        v.position = geodeticOf(header.approxPosition);
+        v.position = positionDegreesOf(header.approxPosition);
         v.position->height += v.antennaHeight;
         v.texts["position.latitude"] = format("%.10f", v.position->latitude);
         v.texts["position.longitude"] = format("%.10f", v.position->longitude);
@@ -143,7 +143,7 @@ encoding::Bytes legacyHeader(const HeaderValues& values, const rinex_input::ObsT
     r[58] = uint8_t(first.day);
     r[59] = uint8_t(first.month);
     decoding::writeU16(r.data() + 60, uint16_t(first.year));
-    const Geodetic position = values.position.value_or(Geodetic{});
+    const PositionDegrees position = values.position.value_or(PositionDegrees{});
     uint64_t bits;
     std::memcpy(&bits, &position.latitude, 8);
     decoding::writeU64(r.data() + 80, bits);

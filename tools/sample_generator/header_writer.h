@@ -9,7 +9,7 @@
 
 #include "encoder/board_frame.h"
 #include "rinex_input/rinex_obs_reader.h"
-#include "sample_generator/geodesy.h"
+#include "sample_generator/position_degrees.h"
 #include "sample_generator/options.h"
 
 namespace sample_generator {
@@ -24,7 +24,7 @@ struct HeaderValues {
     // Key header texts by key without '#'; an empty text is not written.
     std::map<std::string, std::string> texts;
     // The numbers behind the texts, for the legacy record, the position fix and PPK sentences.
-    std::optional<Geodetic> position;         // the antenna, as the receiver reports it
+    std::optional<PositionDegrees> position; // the antenna, as the receiver reports it
     std::optional<std::array<double, 3>> xyz; // the marker (antenna height below), Earth-centred
     double antennaHeight = 0;                 // metres
 };

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "sample_generator/geodesy.h"
+#include "sample_generator/position_degrees.h"
 
 namespace sample_generator {
 
@@ -14,7 +14,7 @@ struct MarkerOccupation {
     int index = 1;        // running number of the occupation in the file
     std::string name, number;
     double antennaHeight = 0;    // m
-    Geodetic ground;             // the marker itself: reference point minus the antenna height
+    PositionDegrees ground; // the marker itself: reference point minus the antenna height
     std::array<double, 3> xyz{}; // m
 };
 

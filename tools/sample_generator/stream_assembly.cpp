@@ -76,7 +76,7 @@ int leapSecondsOf(const Options& options, const rinex_input::ObsHeader& header,
 
 // A computed single-point fix at the station. The height goes in whole as the height field
 // with a zero undulation: their sum is the ellipsoidal height the converter uses.
-decoding::PositionSolution fixAt(const Geodetic& position, const rinex_input::ObsEpoch& epoch) {
+decoding::PositionSolution fixAt(const PositionDegrees& position, const rinex_input::ObsEpoch& epoch) {
     decoding::PositionSolution p{};
     p.solutionStatus = 0; // computed
     p.positionType = 16;  // single point

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+// Earth-centred coordinates and WGS 84 latitude, longitude and height, and the local
+// directions (east, north, up; azimuth and elevation) at a point.
+#include <array>
+
+namespace gnss {
+
+using Ecef = std::array<double, 3>; // m
+
+struct Geodetic {
+    double latitude = 0;  // rad
+    double longitude = 0; // rad
+    double height = 0;    // m above the ellipsoid
+};
+
+Ecef ecefOf(const Geodetic& position);
+Geodetic geodeticOf(const Ecef& position);
+// East, north, up of a difference vector at a position.
+Ecef enuOf(const Ecef& delta, const Geodetic& at);
+// Azimuth (0 to 2 pi, clockwise from north) and elevation (rad) of a target seen from a point.
+void azimuthElevation(const Ecef& from, const Geodetic& at, const Ecef& target, double& azimuth,
+                      double& elevation);
+double distance(const Ecef& a, const Ecef& b);
+
+} // namespace gnss
