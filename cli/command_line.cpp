@@ -358,6 +358,10 @@ CommandLine parseCommandLine(const QStringList& arguments) {
                                   .arg(digitOption.first->names().first(), value, DigitForm));
         set[digitOption.second] = QString(QLatin1Char(digit));
     }
+    const bool rinex2 = set.value("Version") == "2.11";
+    if (rinex2 && parser.isSet(longName))
+        return usageError("--long-name is for RINEX 3 and 4: RINEX 2.11 files get short names");
+    if (rinex2 && parser.isSet(navMerged)) return usageError("--nav-merged: RINEX 2.11 has no mixed navigation file");
     if (parser.isSet(longName)) {
         set[LongName] = "1";
         if (!result.output.isEmpty() && !QFileInfo(result.output).isDir())
@@ -406,6 +410,10 @@ ConvertOptions optionsForInput(const QString& input, const CommandLine& commandL
     else
         options["Path Output"] =
             commandLine.output.isEmpty() ? defaultOutputPath(input, year) : commandLine.output;
+    // RINEX 2.11 beside the input: short names from the marker and the first epoch.
+    if (commandLine.output.isEmpty() && options.value("Version") == "2.11" &&
+        options.value(outputoptions::LongName) != "1")
+        options[outputoptions::ShortName] = "1";
     return options;
 }
 
