@@ -54,7 +54,15 @@ QString helpEpilogue() {
                           "and BeiDou ionosphere and UTC values are > ION and > STO records instead of\n"
                           "header lines.\n"
                           "\n"
-                          "No version drops a system the board delivers.\n"
+"RINEX 2.11: observations of GPS, GLONASS, Galileo and SBAS under one list of\n"
+                          "two-character types (C1 P1 L1 D1 S1 C2 ... S6); BeiDou, QZSS and NavIC\n"
+                          "observations are dropped. GPS (N) and GLONASS (G) navigation files only, with\n"
+                          "ION ALPHA/BETA, DELTA-UTC and LEAP SECONDS: Galileo and BeiDou navigation\n"
+                          "records are dropped (no L or C file). Without -o the files get the short\n"
+                          "names ssssdddf.yyO, .yyN and .yyG beside the input. Not with --long-name or\n"
+                          "--nav-merged.\n"
+                          "\n"
+                          "RINEX 3.02 to 4.00 drop no system the board delivers.\n"
                           "\n"
                           "Without the output options (--start ... --compress) every file is the whole\n"
                           "input converted. Examples:\n"
@@ -385,6 +393,8 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         return usageError("--qc-json and --qc-html are allowed only with a single input file");
     if (quality.enabled && set.value(Compression).startsWith("crx"))
         return usageError("--qc cannot check Compact RINEX: use --compress gz or none");
+    if (quality.enabled && set.value("Version") == "2.11")
+        return usageError("--qc checks RINEX 3 and 4 files: not with --rinex 2.11");
     if (quality.enabled && result.action == CommandLine::Info)
         return usageError("--qc does not go with --info");
     return result;

@@ -244,6 +244,11 @@ qint64 Rinex3xx::open(const QString& path) {
             files_[i].setFileName(QString());
         files_[FileGps].setFileName(base + QLatin1Char('P'));
     }
+    // RINEX 2.11 has no Galileo or BeiDou navigation file: none is named.
+    if (rinex::isRinex2(version_)) {
+        files_[FileBeidou].setFileName(QString());
+        files_[FileGalileo].setFileName(QString());
+    }
     for (int i = 0; i < FileCount; ++i)
         if (fileWanted(i) && files_[i].exists()) return 0;
 
