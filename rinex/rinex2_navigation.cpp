@@ -52,7 +52,7 @@ bool writeNavigationHeader211(QIODevice* file, char kind, const NavigationHeader
     file->seek(0);
     char line[kLineCapacity];
     int n = std::snprintf(line, sizeof line, "%9s%11s%-20s%-20s%-20s\r\n", "2.11", "",
-                          kind == 'G' ? "G: GLONASS NAV DATA" : "N: GPS NAV DATA", "", "RINEX VERSION / TYPE");
+                          kind == 'G' ? "GLONASS NAV DATA" : "N: GPS NAV DATA", "", "RINEX VERSION / TYPE");
     put(file, line, n);
     put(file, line, formatRinex2RunByLine(line, sizeof line, info.program, info.runBy));
     n = std::snprintf(line, sizeof line, "CONVERTER VERSION = %-40s%-20s\r\n", VELMOOR_CONVERTER_VERSION,
