@@ -75,10 +75,12 @@ const EpochWorkArea::Entry* bandSource(const EpochWorkArea::Entry* first, const 
     return any;
 }
 
+// A value too wide for F14.3 is written blank, and then without flags: a missing value.
 void putField(char* p, double value, int lli, char strength) {
     rinex::formatFixed14(p, value);
-    p[14] = lli > 0 ? char('0' + lli) : ' ';
-    p[15] = strength;
+    const bool blank = p[13] == ' ';
+    p[14] = lli > 0 && !blank ? char('0' + lli) : ' ';
+    p[15] = blank ? ' ' : strength;
 }
 
 } // namespace
