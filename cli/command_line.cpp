@@ -100,7 +100,8 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     const QCommandLineOption output(
         {"o", "output"},
         "Output path (only with a single INPUT). Default: beside the input, <input stem>.<yy>O "
-        "with yy the current year's last two digits.",
+        "with yy the current year's last two digits; with --rinex 2.11 the short names ssssdddf.yyO, "
+        ".yyN, .yyG.",
         "PATH");
     const QCommandLineOption jobs({"j", "jobs"}, "Convert N files at once. Default: 1.", "N", "1");
     const QCommandLineOption info(
