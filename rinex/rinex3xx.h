@@ -200,6 +200,7 @@ private:
     qint64 sampleEpoch();
     QString openBase(const QString& path);
     void renameToLongNames();
+    void removeTemporaryFiles();
     bool renamesAtClose() const { return longNames_ || shortNamesActive_; }
 
     // RINEX 2.11 (rinex2_observation_epoch.cpp, rinex2_observation_header.cpp).
@@ -210,7 +211,6 @@ private:
     qint64 writeRinex2ObservationTypes();
     void approximatePosition(double& x, double& y, double& z) const;
     qint64 observationLeapSeconds() const;
-    void removeTemporaryFiles();
     // The navigation file that takes this system's records: itself, or the mixed file.
     int navigationFile(int file) const {
         return navigationMerged_ ? int(FileGps) : file;

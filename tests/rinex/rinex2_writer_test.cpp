@@ -111,6 +111,21 @@ TEST(Rinex2Epochs, MoreThanTwelveSatellitesContinueTheListAndRecordsTakeOneLineP
     (void)bytes;
 }
 
+TEST(Rinex2Epochs, AntiSpoofingFlagCanBeSwitchedOff) {
+    OpenWriter w;
+    ASSERT_TRUE(w.writer.setVersion(QByteArray("2.11")));
+    ASSERT_TRUE(w.writer.setAntiSpoofingFlag(false));
+    ASSERT_TRUE(w.open());
+    EXPECT_FALSE(w.writer.setAntiSpoofingFlag(true)); // not while open
+    feed(w.writer, rangeFrame(2010, 345600000,
+                              {signal('G', 1, "1C", 20000001.0, -100000001.0, -999.5, 45.0),
+                               signal('G', 1, "2W", 20000004.0, -80000001.0, -800.25, 39.0)}));
+    w.writer.close();
+    const QList<QByteArray> body = ObservationFile(w.file('O')).body;
+    ASSERT_GE(body.size(), 3);
+    EXPECT_EQ(body[2].toStdString(), "  20000004.000    80000001.000 7      -800.250          39.000");
+}
+
 TEST(Rinex2Epochs, MoreThanFiveTypesOfOneSystemAndABandSignalChangeSetsLossOfLock) {
     OpenWriter w;
     rinex::OutputFilter filter;
