@@ -54,7 +54,15 @@ QString helpEpilogue() {
                           "and BeiDou ionosphere and UTC values are > ION and > STO records instead of\n"
                           "header lines.\n"
                           "\n"
-                          "No version drops a system the board delivers.\n"
+"RINEX 2.11: observations of GPS, GLONASS, Galileo and SBAS under one list of\n"
+                          "two-character types (C1 P1 L1 D1 S1 C2 ... S6); BeiDou, QZSS and NavIC\n"
+                          "observations are dropped. GPS (N) and GLONASS (G) navigation files only, with\n"
+                          "ION ALPHA/BETA, DELTA-UTC and LEAP SECONDS: Galileo and BeiDou navigation\n"
+                          "records are dropped (no L or C file). Without -o the files get the short\n"
+                          "names ssssdddf.yyO, .yyN and .yyG beside the input. Not with --long-name or\n"
+                          "--nav-merged.\n"
+                          "\n"
+                          "RINEX 3.02 to 4.00 drop no system the board delivers.\n"
                           "\n"
                           "Without the output options (--start ... --compress) every file is the whole\n"
                           "input converted. Examples:\n"
@@ -92,7 +100,8 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     const QCommandLineOption output(
         {"o", "output"},
         "Output path (only with a single INPUT). Default: beside the input, <input stem>.<yy>O "
-        "with yy the current year's last two digits.",
+        "with yy the current year's last two digits; with --rinex 2.11 the short names ssssdddf.yyO, "
+        ".yyN, .yyG.",
         "PATH");
     const QCommandLineOption jobs({"j", "jobs"}, "Convert N files at once. Default: 1.", "N", "1");
     const QCommandLineOption info(
@@ -358,6 +367,10 @@ CommandLine parseCommandLine(const QStringList& arguments) {
                                   .arg(digitOption.first->names().first(), value, DigitForm));
         set[digitOption.second] = QString(QLatin1Char(digit));
     }
+    const bool rinex2 = set.value("Version") == "2.11";
+    if (rinex2 && parser.isSet(longName))
+        return usageError("--long-name is for RINEX 3 and 4: RINEX 2.11 files get short names");
+    if (rinex2 && parser.isSet(navMerged)) return usageError("--nav-merged: RINEX 2.11 has no mixed navigation file");
     if (parser.isSet(longName)) {
         set[LongName] = "1";
         if (!result.output.isEmpty() && !QFileInfo(result.output).isDir())
@@ -381,6 +394,8 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         return usageError("--qc-json and --qc-html are allowed only with a single input file");
     if (quality.enabled && set.value(Compression).startsWith("crx"))
         return usageError("--qc cannot check Compact RINEX: use --compress gz or none");
+    if (quality.enabled && set.value("Version") == "2.11")
+        return usageError("--qc checks RINEX 3 and 4 files: not with --rinex 2.11");
     if (quality.enabled && result.action == CommandLine::Info)
         return usageError("--qc does not go with --info");
     return result;
@@ -406,6 +421,10 @@ ConvertOptions optionsForInput(const QString& input, const CommandLine& commandL
     else
         options["Path Output"] =
             commandLine.output.isEmpty() ? defaultOutputPath(input, year) : commandLine.output;
+    // RINEX 2.11 beside the input: short names from the marker and the first epoch.
+    if (commandLine.output.isEmpty() && options.value("Version") == "2.11" &&
+        options.value(outputoptions::LongName) != "1")
+        options[outputoptions::ShortName] = "1";
     return options;
 }
 

@@ -16,7 +16,7 @@ std::string runStream(const uint8_t* data, size_t size);
 // A writer opened on a scratch folder, given frames with valid CRCs and text lines built
 // from the input (see writer_input.h), then closed; its five files are checked and removed.
 std::string runWriter(const uint8_t* data, size_t size);
-// The same with the RINEX version ("3.02" ... "4.00") and the navigation layout given.
+// The same with the RINEX version ("3.02" ... "4.00", "2.11") and the navigation layout given.
 std::string runWriterAs(const uint8_t* data, size_t size, const char* version, bool mergedNavigation);
 
 // Both file-header parsers on the input, then the options they give applied to a writer.

@@ -26,6 +26,7 @@ constexpr qint64 kObservationHeaderLines = 65; // 64 reserved lines and END OF H
 constexpr qint64 kNavigationHeaderLines = 9;   // 8 reserved lines and END OF HEADER
 constexpr qint64 kNavigationSystemTexts = 6 + 10 + 6 + 10;
 constexpr qint64 kMixedSystemText = 8; // "M: MIXED"
+constexpr qint64 kRinex2NavigationSystemTexts = 6 + 10; // "G: GPS", "R: GLONASS"
 
 [[noreturn]] void fail(const QString& file, const std::string& what) {
     throw Broken{file.toStdString() + ": " + what};
@@ -137,8 +138,8 @@ void checkLineEnds(const QString& name, const QByteArray& bytes) {
 
 // Observation records after the header: satellite lines start with a system letter and a
 // two-digit number; epoch and event lines, and the header lines of an event, hold at most
-// 80 characters.
-void checkObservationBody(const QString& name, const QByteArray& bytes) {
+// 80 characters. In RINEX 2.11 every line does.
+void checkObservationBody(const QString& name, const QByteArray& bytes, bool rinex2) {
     int start = int(kObservationHeaderLines * kLine);
     while (start < bytes.size()) {
         const int end = bytes.indexOf("\r\n", start);
@@ -146,7 +147,7 @@ void checkObservationBody(const QString& name, const QByteArray& bytes) {
         const QByteArray line = bytes.mid(start, end - start);
         const bool satellite = line.size() >= 3 && QByteArray("GRECSJI").contains(line.at(0)) &&
                                std::isdigit(uchar(line.at(1))) && std::isdigit(uchar(line.at(2)));
-        if (!satellite && line.size() > 80)
+        if ((rinex2 || !satellite) && line.size() > 80)
             fail(name, "record line longer than 80 characters: " + line.toStdString());
         start = end + 2;
     }
@@ -203,6 +204,7 @@ std::string run(const uint8_t* data, size_t size, const char* version, bool merg
         }
     }
 
+    const bool rinex2 = version != nullptr && QByteArray(version) == "2.11";
     const QStringList files = writer->outputFileNames();
     writer->close();
     if (!writer->writeError().isEmpty()) fail(writer->writeError(), "write error");
@@ -221,12 +223,15 @@ std::string run(const uint8_t* data, size_t size, const char* version, bool merg
         checkHeader(files[i], bytes, i == 0 ? kObservationHeaderLines : kNavigationHeaderLines);
         checkLineEnds(files[i], bytes);
         if (i == 0)
-            checkObservationBody(files[i], bytes);
+            checkObservationBody(files[i], bytes, rinex2);
         else
             checkNavigationBody(files[i], bytes);
         QFile::remove(files[i]);
     }
-    if (total != reported - (mergedNavigation ? kMixedSystemText : kNavigationSystemTexts))
+    // RINEX 2.11 opens the GPS and GLONASS navigation files only.
+    const qint64 systemTexts =
+        mergedNavigation ? kMixedSystemText : rinex2 ? kRinex2NavigationSystemTexts : kNavigationSystemTexts;
+    if (total != reported - systemTexts)
         fail(files.value(0), "file sizes differ from the bytes reported");
     return {};
 } catch (const Broken& broken) {

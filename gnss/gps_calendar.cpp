@@ -64,4 +64,16 @@ CalendarTime gpsCalendar(int64_t week, int64_t millisecondsOfWeek) {
     return calendarFromMilliseconds(gpsMilliseconds(week, millisecondsOfWeek));
 }
 
+int64_t fullWeek(uint32_t week, int64_t logWeek) {
+    int64_t modulus = 0;
+    if (week < 256)
+        modulus = 256;
+    else if (week < 1024)
+        modulus = 1024;
+    if (modulus == 0 || logWeek < modulus) return week;
+    int64_t full = logWeek - ((logWeek - int64_t(week)) % modulus + modulus) % modulus;
+    if (logWeek - full > modulus / 2) full += modulus;
+    return full;
+}
+
 } // namespace gnss

@@ -65,4 +65,8 @@ CalendarTime calendarFromMilliseconds(int64_t milliseconds);
 // Calendar of a GPS week and millisecond count in that week.
 CalendarTime gpsCalendar(int64_t week, int64_t millisecondsOfWeek);
 
+// A week number that may come truncated to 8 or 10 bits (a UTC reference week): the full
+// week nearest logWeek, the full week of the log that carried it.
+int64_t fullWeek(uint32_t week, int64_t logWeek);
+
 } // namespace gnss

@@ -17,6 +17,7 @@ const QString LongNameCountry = QStringLiteral("Long Name Country");
 const QString LongNameMonument = QStringLiteral("Long Name Monument");
 const QString LongNameReceiver = QStringLiteral("Long Name Receiver");
 const QString Compression = QStringLiteral("Compression");
+const QString ShortName = QStringLiteral("Short Name");
 
 const QString AllSystems = QString::fromLatin1(rinex::kSelectableSystems);
 const QStringList CompressionValues = {QString(), "crx", "gz", "crx.gz"};
@@ -108,6 +109,12 @@ QStringList checkOutputOptions(const ConvertOptions& options) {
     if (given(LongNameReceiver) && !parseDigit(options.value(LongNameReceiver), &digit))
         bad(LongNameReceiver, DigitForm);
     if (!CompressionValues.contains(options.value(Compression))) bad(Compression, CompressionForm);
+    // RINEX 2.11 has neither long names nor a mixed navigation file.
+    if (options.value("Version") == "2.11") {
+        if (longName == "1") problems << QStringLiteral("%1: RINEX 2.11 files have short names only").arg(LongName);
+        if (options.value("Navigation Merged") == "1")
+            problems << QStringLiteral("Navigation Merged: RINEX 2.11 has no mixed navigation file");
+    }
     return problems;
 }
 
@@ -130,6 +137,7 @@ void applyOutputOptions(const ConvertOptions& options, Rinex3xx& writer) {
         if (!parseDigit(options.value(LongNameReceiver), &fields.receiver)) fields.receiver = '0';
         writer.setLongNames(fields);
     }
+    if (options.value(ShortName) == "1") writer.setShortNames(true);
 }
 
 } // namespace outputoptions

@@ -22,6 +22,9 @@ extern const QString LongNameCountry;  // "Long Name Country"
 extern const QString LongNameMonument; // "Long Name Monument"
 extern const QString LongNameReceiver; // "Long Name Receiver"
 extern const QString Compression;      // "Compression": "", "crx", "gz" or "crx.gz"
+// "Short Name": "1" gives RINEX 2.11 files their short names (ssssdddf.yyt) in the output
+// path's folder. Set by velmoor-convert when it chooses the output path itself.
+extern const QString ShortName;
 
 extern const QString AllSystems; // "GRECSJI"
 extern const QStringList CompressionValues;

@@ -11,6 +11,7 @@
 #include "gnss/constants.h"
 #include "gnss/gps_calendar.h"
 #include "rinex/number_format.h"
+#include "rinex/rinex2_navigation.h"
 #include "rinex/rinex4_navigation.h"
 #include "velmoor/versions.h"
 
@@ -45,6 +46,7 @@ struct RecordText {
     char text[8 * kLineCapacity];
     int used = 0;
     bool damaged = false; // a field that does not fit its columns: the record is not written
+    bool rinex2 = false;  // RINEX 2.11 line layouts (rinex2_navigation.h)
 
     void append(const char* line, int length) {
         if (length <= 0 || used + length > static_cast<int>(sizeof text)) return;
@@ -63,6 +65,17 @@ void appendFirstLine(RecordText& record, char system, int satellite, const gnss:
                      double v1, double v2) {
     char line[kLineCapacity];
     int n;
+    if (record.rinex2) {
+        n = formatRinex2FirstLine(line, sizeof line - 2, satellite, c, v0, v1, v2);
+        if (n == 0) {
+            record.damaged = true;
+            return;
+        }
+        line[n++] = '\r';
+        line[n++] = '\n';
+        record.append(line, n);
+        return;
+    }
     const auto twoDigits = [](int v) { return v >= 0 && v <= 99; };
     if (twoDigits(satellite) && c.year >= 0 && c.year <= 9999 && twoDigits(c.month) && twoDigits(c.day) &&
         twoDigits(c.hour) && twoDigits(c.minute) && twoDigits(c.second)) {
@@ -96,9 +109,16 @@ void appendFirstLine(RecordText& record, char system, int satellite, const gnss:
 
 void appendOrbitLine(RecordText& record, double v0, double v1, double v2, double v3) {
     char line[kLineCapacity];
+    const double values[4] = {v0, v1, v2, v3};
+    if (record.rinex2) {
+        int n = formatRinex2OrbitLine(line, sizeof line - 2, values);
+        line[n++] = '\r';
+        line[n++] = '\n';
+        record.append(line, n);
+        return;
+    }
     std::memcpy(line, "    ", 4);
     int n = 4;
-    const double values[4] = {v0, v1, v2, v3};
     for (double v : values)
         n += formatExponent(line + n, sizeof line - static_cast<size_t>(n), v, 12);
     line[n++] = '\r';
@@ -297,6 +317,7 @@ int formatRunByLine(char* line, size_t capacity, const QByteArray& program, cons
 bool writeNavigationHeader(QIODevice* file, char kind, const NavigationHeaderInfo& info) {
     if (!isOpen(file) || file->size() < 3 * kHeaderLineBytes) return false;
     if (info.version == Version::V400) return writeNavigationHeader400(file, kind, info);
+    if (isRinex2(info.version)) return writeNavigationHeader211(file, kind, info);
     file->seek(0);
 
     char line[kLineCapacity];
@@ -360,6 +381,7 @@ qint64 NavigationWriter::writeGps(QIODevice* file, const decoding::GpsEphemeris&
 
     const gnss::CalendarTime c = gnss::gpsCalendar(eph.week, roundedMilliseconds(eph.toe));
     RecordText record;
+    record.rinex2 = isRinex2(version_);
     appendLeadLine(record, version_, 'G', static_cast<int>(eph.satellite), "LNAV");
     appendFirstLine(record, 'G', static_cast<int>(eph.satellite), c, eph.af0, eph.af1, eph.af2);
     appendOrbitLine(record, eph.iode1, eph.crs, eph.deltaN, eph.m0);
@@ -395,9 +417,15 @@ qint64 NavigationWriter::writeGlonass(QIODevice* file, const decoding::GlonassEp
     // the same way, so it stays; it gives another day than UTC only in the leap seconds
     // around midnight.
     const uint32_t day = (static_cast<uint32_t>(leapSeconds) + eph.referenceTime) / 86400000u;
-    const double frameTime = day * 86400.0 + eph.tk - double(gnss::kGlonassSecondsAheadOfUtc);
+    double frameTime = day * 86400.0 + eph.tk - double(gnss::kGlonassSecondsAheadOfUtc);
 
     RecordText record;
+    record.rinex2 = isRinex2(version_);
+    // 2.11 counts the frame time in seconds of the UTC day, not of the week.
+    if (record.rinex2) {
+        frameTime = std::fmod(frameTime, double(gnss::kSecondsPerDay));
+        if (frameTime < 0) frameTime += double(gnss::kSecondsPerDay);
+    }
     appendLeadLine(record, version_, 'R', static_cast<int>(eph.slot) - 37, "FDMA");
     appendFirstLine(record, 'R', static_cast<int>(eph.slot) - 37, c, -eph.tauN, eph.gammaN, frameTime);
     appendOrbitLine(record, eph.x * 0.001, eph.vx * 0.001, eph.ax * 0.001, eph.health);

@@ -27,6 +27,9 @@ struct IonoUtcSlot {
     qint32 leapSecondsFuture = 0; // delta t LSF
     qint32 week = 0;              // week of the leap-second change
     qint32 day = 0;               // day of that week
+    double a0 = 0, a1 = 0;        // UTC polynomial (s, s/s)
+    qint64 utcTime = 0;           // its reference time, s of week
+    qint64 utcWeek = 0;           // its reference week, full (not truncated)
 };
 
 struct NavigationHeaderInfo {

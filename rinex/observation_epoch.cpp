@@ -14,6 +14,7 @@
 
 #include "rinex/epoch_line.h"
 #include "rinex/number_format.h"
+#include "rinex/observation_values.h"
 
 namespace {
 
@@ -27,7 +28,6 @@ constexpr int kPrefixMax = 6;
 constexpr int kMaxColumns = (kLineCapacity - kPrefixMax - 2 - 1) / kColumnWidth;
 static_assert(kPrefixMax + kMaxColumns * kColumnWidth + 2 < kLineCapacity, "line buffer too small");
 
-constexpr double kFold = 1000000000.0;
 constexpr double kInverseLightSpeed = 3.3356409519815204e-09; // s/m
 
 bool entryLess(const EpochWorkArea::Entry& a, const EpochWorkArea::Entry& b) {
@@ -35,30 +35,6 @@ bool entryLess(const EpochWorkArea::Entry& a, const EpochWorkArea::Entry& b) {
     if (a.satellite != b.satellite) return a.satellite < b.satellite;
     const int c = std::memcmp(a.code, b.code, 2);
     return c < 0;
-}
-
-// Keeps the value within the 14-character form: one billion is taken off (or added) and
-// flagged with "1" in the loss-of-lock position.
-double fold(double value, char& lossOfLock) {
-    if (value >= kFold) {
-        lossOfLock = '1';
-        return value - kFold;
-    }
-    if (value <= -kFold) {
-        lossOfLock = '1';
-        return value + kFold;
-    }
-    return value;
-}
-
-int signalStrengthDigit(float cn0) {
-    const double x = double(cn0) / 6.0;
-    // The usual range without a library call; x + 0.5 is exact there, so truncating it
-    // rounds half away from zero like lround.
-    if (x >= 1.5 && x < 8.5) return int(x + 0.5);
-    if (x >= 8.5 && x < 9223372036854775808.0) return 9;
-    const long digit = std::lround(x); // below 1.5, not a number, or beyond a long
-    return int(std::min(9L, std::max(1L, digit)));
 }
 
 } // namespace
@@ -169,7 +145,7 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         // Pseudorange.
         if (e->pseudorangeValid) {
             char lli = ' ';
-            rinex::formatFixed14(p, fold(e->pseudorange, lli));
+            rinex::formatFixed14(p, rinex::foldObservation(e->pseudorange, lli));
             p[14] = lli;
             p[15] = ' ';
         } else {
@@ -179,7 +155,7 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
 
         // Carrier phase, with the board's sign turned to the RINEX one.
         char lli = ' ';
-        double phase = fold(-e->carrierPhase, lli);
+        double phase = rinex::foldObservation(-e->carrierPhase, lli);
         if (!e->phaseLock) lli = '1';
         if (e->signalInfo->quarterCycles != 0) phase += e->signalInfo->quarterCycles * 0.25;
         if (e->system == 'R') {
@@ -196,7 +172,7 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         if (e->phaseValid) {
             rinex::formatFixed14(p, phase);
             p[14] = lli;
-            p[15] = char('0' + signalStrengthDigit(e->cn0));
+            p[15] = char('0' + rinex::signalStrengthDigit(e->cn0));
         } else {
             std::memset(p, ' ', kFieldWidth);
         }
@@ -231,6 +207,8 @@ qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
         }
         lastEpoch_ = t;
     }
+    // RINEX 2.11 records have their own layout (rinex2_observation_epoch.cpp).
+    if (rinex::isRinex2(version_)) return writeRinex2Epoch(epoch);
 
     const auto& entries = epoch.entries;
     int satellites = 0;

@@ -148,14 +148,7 @@ qint64 Rinex3xx::writeGlonassSlots() {
     return written;
 }
 
-bool Rinex3xx::writeObservationHeader() {
-    QFile& file = files_[FileObservation];
-    if (!file.isOpen() || file.size() < kMinimumReservation) return false;
-
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    const QDate today = now.date();
-    const QTime clock = now.time();
-
+void Rinex3xx::approximatePosition(double& x, double& y, double& z) const {
     double latitude = firstLatitude_, longitude = firstLongitude_, height = firstHeight_;
     if (userLatitude_ != 0.0) {
         latitude = userLatitude_;
@@ -163,14 +156,43 @@ bool Rinex3xx::writeObservationHeader() {
         height = userHeight_;
     }
     height -= antennaDeltaH_;
-    const bool antennaHeightGiven = antennaHeight_ != rinex::kNoValue;
-    if (antennaHeightGiven) height -= antennaHeight_;
+    if (antennaHeight_ != rinex::kNoValue) height -= antennaHeight_;
     const gnss::Ecef xyz = gnss::ecefOf({latitude * gnss::kDegree, longitude * gnss::kDegree, height});
-    double x = xyz[0], y = xyz[1], z = xyz[2];
+    x = xyz[0];
+    y = xyz[1];
+    z = xyz[2];
     // A position that does not fit its 14-character fields (absurd values from the stream)
     // is written as zeros, the usual "unknown", so that the line keeps its columns.
     const auto fits = [](double v) { return std::fabs(v) < 9.9e7; };
     if (!fits(x) || !fits(y) || !fits(z)) x = y = z = 0.0;
+}
+
+qint64 Rinex3xx::observationLeapSeconds() const {
+    // Wide enough for any value the stream may carry; a value that does not fit the
+    // six-character field leaves the line out.
+    qint64 leap = leapSeconds_;
+    if (leap == rinex::kUnknownLeapSeconds) {
+        if (haveUtc_)
+            leap = -qint64(qint32(firstUtc_.leapSeconds));
+        else if (haveTime_ && std::fabs(time_.utcOffset) < 1e6)
+            leap = std::llround(time_.utcOffset);
+    }
+    return leap;
+}
+
+bool Rinex3xx::writeObservationHeader() {
+    // RINEX 2.11 has a header of its own (rinex2_observation_header.cpp).
+    if (rinex::isRinex2(version_)) return writeRinex2ObservationHeader();
+    QFile& file = files_[FileObservation];
+    if (!file.isOpen() || file.size() < kMinimumReservation) return false;
+
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const QDate today = now.date();
+    const QTime clock = now.time();
+
+    const bool antennaHeightGiven = antennaHeight_ != rinex::kNoValue;
+    double x = 0, y = 0, z = 0;
+    approximatePosition(x, y, z);
 
     if (!file.seek(0)) {
         recordWriteError(file);
@@ -244,15 +266,7 @@ bool Rinex3xx::writeObservationHeader() {
     // A left-out GLONASS has no bias line either.
     if (filter_.keepsSystem('R')) writeHeaderLine("%-60sGLONASS COD/PHS/BIS \r\n", biases);
 
-    // Wide enough for any value the stream may carry; a value that does not fit the
-    // six-character field leaves the line out.
-    qint64 leap = leapSeconds_;
-    if (leap == rinex::kUnknownLeapSeconds) {
-        if (haveUtc_)
-            leap = -qint64(qint32(firstUtc_.leapSeconds));
-        else if (haveTime_ && std::fabs(time_.utcOffset) < 1e6)
-            leap = std::llround(time_.utcOffset);
-    }
+    const qint64 leap = observationLeapSeconds();
     if (leap != rinex::kUnknownLeapSeconds && -leap >= -99999 && -leap <= 999999)
         writeHeaderLine("%6d%54s%-20s\r\n", int(-leap), "", "LEAP SECONDS");
 

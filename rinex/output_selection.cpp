@@ -11,11 +11,14 @@
 
 #include "gnss/gps_calendar.h"
 #include "rinex/navigation_reference.h"
+#include "rinex/rinex2_file_name.h"
 
 namespace {
 
 // System letter of each output file, in FileIndex order ('\0': the observation file).
 constexpr char kFileSystems[] = {'\0', 'C', 'E', 'G', 'R'};
+// Last letter of each RINEX 2.11 short name, in FileIndex order.
+constexpr char kFileLetters[] = {'O', 'C', 'L', 'N', 'G'};
 
 } // namespace
 
@@ -34,6 +37,12 @@ bool Rinex3xx::setLongNames(const rinex::LongNameFields& fields) {
     return true;
 }
 
+bool Rinex3xx::setShortNames(bool shortNames) {
+    if (open_) return false;
+    shortNames_ = shortNames;
+    return true;
+}
+
 QStringList Rinex3xx::createdFileNames() const {
     QStringList names;
     for (int i = 0; i < FileCount; ++i)
@@ -42,11 +51,13 @@ QStringList Rinex3xx::createdFileNames() const {
 }
 
 QString Rinex3xx::outputLocation() const {
-    return longNames_ ? longNameFolder_ : observationFileName();
+    return renamesAtClose() ? longNameFolder_ : observationFileName();
 }
 
 bool Rinex3xx::fileWanted(int index) const {
     if (index == FileObservation) return true;
+    // RINEX 2.11 has no Galileo or BeiDou navigation file.
+    if (rinex::isRinex2(version_) && (index == FileGalileo || index == FileBeidou)) return false;
     // The mixed navigation file takes the place of the GPS one and holds every kept system.
     if (navigationMerged_)
         return index == FileGps && (filter_.keepsSystem('G') || filter_.keepsSystem('R') ||
@@ -114,7 +125,7 @@ qint64 Rinex3xx::sampleEpoch() {
 }
 
 QString Rinex3xx::openBase(const QString& path) {
-    if (!longNames_) return path.left(path.size() - 1);
+    if (!renamesAtClose()) return path.left(path.size() - 1);
     const QFileInfo info(path);
     const QString folder = info.isDir() ? info.absoluteFilePath() : info.absolutePath();
     if (!QFileInfo(folder).isDir()) return QString();
@@ -146,10 +157,13 @@ void Rinex3xx::renameToLongNames() {
     QString finals[FileCount];
     for (int i = 0; i < FileCount; ++i) {
         if (!created_[i]) continue;
-        finals[i] = folder.filePath(i == FileObservation
-                                        ? rinex::observationLongName(longNameFields_, facts)
-                                        : rinex::navigationLongName(longNameFields_, facts,
-                                                                   navigationMerged_ ? 'M' : kFileSystems[i]));
+        if (shortNamesActive_)
+            finals[i] = folder.filePath(rinex::rinex2ShortName(facts, kFileLetters[i]));
+        else
+            finals[i] = folder.filePath(i == FileObservation
+                                            ? rinex::observationLongName(longNameFields_, facts)
+                                            : rinex::navigationLongName(longNameFields_, facts,
+                                                                       navigationMerged_ ? 'M' : kFileSystems[i]));
         // Existing files are never overwritten: the conversion fails and leaves nothing behind.
         if (QFileInfo::exists(finals[i])) {
             if (writeError_.isEmpty()) writeError_ = QStringLiteral("file exists, %1").arg(finals[i]);

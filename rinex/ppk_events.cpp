@@ -109,15 +109,21 @@ qint64 Rinex3xx::handleTextLine(const char* text, quint32 length) {
     return 0;
 }
 
+// RINEX 2.11 event lines have no ">" and carry the flag in column 29, not 32.
 qint64 Rinex3xx::writeStartOfMoving() {
     static const char kLine[] = ">                              2  0\r\n";
+    static const char kLine2[] = "                            2  0\r\n";
+    if (rinex::isRinex2(version_)) return writeLine(files_[FileObservation], kLine2, qint64(sizeof kLine2 - 1));
     return writeLine(files_[FileObservation], kLine, qint64(sizeof kLine - 1));
 }
 
 qint64 Rinex3xx::writeNewSite(const QByteArray& name, const QByteArray& number, double antennaHeight,
                               double x, double y, double z) {
     static const char kLine[] = ">                              3  4\r\n";
-    qint64 written = writeLine(files_[FileObservation], kLine, qint64(sizeof kLine - 1));
+    static const char kLine2[] = "                            3  4\r\n";
+    qint64 written = rinex::isRinex2(version_)
+                         ? writeLine(files_[FileObservation], kLine2, qint64(sizeof kLine2 - 1))
+                         : writeLine(files_[FileObservation], kLine, qint64(sizeof kLine - 1));
     // The sentence's texts and numbers are cut to, or checked against, the record's fields so
     // that no record line runs past its 80 columns.
     written += writeEventLine("%-60s%-20s\r\n", name.left(60).constData(), "MARKER NAME");

@@ -30,6 +30,10 @@ rinex::IonoUtcSlot slotFrom(const decoding::IonoUtcParameters& record) {
     slot.leapSecondsFuture = qint32(record.leapSecondsFuture);
     slot.week = qint32(record.leapWeek);
     slot.day = qint32(record.leapDay);
+    slot.a0 = record.a0;
+    slot.a1 = record.a1;
+    slot.utcTime = record.utcTime;
+    slot.utcWeek = gnss::fullWeek(record.utcWeek, record.header.week);
     return slot;
 }
 
@@ -220,6 +224,12 @@ qint64 Rinex3xx::open(const QString& path) {
     navigationFirst_ = navigationLast_ = 0;
     observedSystems_.clear();
     selectSignals();
+    // RINEX 2.11 has no mixed navigation file; its type list is fixed before the first epoch.
+    shortNamesActive_ = shortNames_ && rinex::isRinex2(version_) && !longNames_;
+    if (rinex::isRinex2(version_)) {
+        if (navigationMerged_) return 0;
+        openRinex2();
+    }
 
     for (bool& created : created_)
         created = false;
@@ -232,18 +242,23 @@ qint64 Rinex3xx::open(const QString& path) {
             files_[i].setFileName(QString());
         files_[FileGps].setFileName(base + QLatin1Char('P'));
     }
+    // RINEX 2.11 has no Galileo or BeiDou navigation file: none is named.
+    if (rinex::isRinex2(version_)) {
+        files_[FileBeidou].setFileName(QString());
+        files_[FileGalileo].setFileName(QString());
+    }
     for (int i = 0; i < FileCount; ++i)
         if (fileWanted(i) && files_[i].exists()) return 0;
 
     // Temporary files are made new, never over an existing one.
     const QIODevice::OpenMode mode =
-        QIODevice::WriteOnly | (longNames_ ? QIODevice::NewOnly : QIODevice::Truncate);
+        QIODevice::WriteOnly | (renamesAtClose() ? QIODevice::NewOnly : QIODevice::Truncate);
     for (int i = 0; i < FileCount; ++i) {
         if (!fileWanted(i)) continue;
         if (!files_[i].open(mode)) {
             for (QFile& f : files_)
                 f.close();
-            if (longNames_) removeTemporaryFiles();
+            if (renamesAtClose()) removeTemporaryFiles();
             return 0;
         }
         created_[i] = true;
@@ -304,7 +319,7 @@ void Rinex3xx::close() {
     }
     for (auto it = signalMap_.cbegin(); it != signalMap_.cend(); ++it)
         if (!it.value().isEmpty()) observedSystems_ += it.key();
-    if (longNames_) renameToLongNames();
+    if (renamesAtClose()) renameToLongNames();
     signalMap_.clear();
     glonassSlots_.clear();
     epoch_.clear();

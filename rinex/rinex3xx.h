@@ -11,6 +11,7 @@
 #include <QString>
 #include <QStringList>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "decoding/iono_utc.h"
@@ -19,6 +20,7 @@
 #include "rinex/navigation_writer.h"
 #include "rinex/number_format.h"
 #include "rinex/output_filter.h"
+#include "rinex/rinex2_observation_types.h"
 #include "rinex/rinex_version.h"
 #include "rinex/sentinel_values.h"
 #include "velmoor/versions.h"
@@ -120,6 +122,13 @@ public:
     // they come (off by default). handleFrame then returns 0 for them: they reach the files
     // later, all of them by close(). The files' bytes are the same either way.
     bool setOutputThread(bool on);
+    // RINEX 2.11 short names (ssssdddf.yyO, .yyN, .yyG), given at close from the marker name
+    // and the first epoch: open() then takes a path in the output folder, as with long names.
+    // Only 2.11 output uses them; other versions ignore the setting.
+    bool setShortNames(bool shortNames);
+    // RINEX 2.11: LLI bit 2 (anti-spoofing) on P1, P2, L1 and L2 taken from P(Y) tracked as Z
+    // or by cross-correlation. On by default, as 2.11 asks.
+    bool setAntiSpoofingFlag(bool flag);
 
     // Opens base+"O", "C", "L", "N", "G" (base = path without its last character); with merged
     // navigation base+"O" and base+"P".
@@ -148,6 +157,11 @@ public:
     qint64 epochRecordLines() const { return epochRecordLines_; }
     // Text of the first failed write (empty when every write succeeded).
     QString writeError() const { return writeError_; }
+    // RINEX 2.11 with Galileo or BeiDou kept: their navigation records have no file and are
+    // dropped (said once in the observation header and once by the converter).
+    bool navigationDropped() const {
+        return rinex::isRinex2(version_) && (filter_.keepsSystem('E') || filter_.keepsSystem('C'));
+    }
 
 private:
     enum FileIndex { FileObservation, FileBeidou, FileGalileo, FileGps, FileGlonass, FileCount };
@@ -206,6 +220,16 @@ private:
     QString openBase(const QString& path);
     void renameToLongNames();
     void removeTemporaryFiles();
+    bool renamesAtClose() const { return longNames_ || shortNamesActive_; }
+
+    // RINEX 2.11 (rinex2_observation_epoch.cpp, rinex2_observation_header.cpp).
+    void openRinex2();
+    qint64 writeRinex2Epoch(const EpochWorkArea& epoch);
+    int formatRinex2Satellite(char* out, const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
+    bool writeRinex2ObservationHeader();
+    qint64 writeRinex2ObservationTypes();
+    void approximatePosition(double& x, double& y, double& z) const;
+    qint64 observationLeapSeconds() const;
     // The navigation file that takes this system's records: itself, or the mixed file.
     int navigationFile(int file) const {
         return navigationMerged_ ? int(FileGps) : file;
@@ -292,4 +316,13 @@ private:
     // the write error.
     bool outputThread_ = false;
     std::unique_ptr<rinex::OutputPipeline<OutputJob>> pipeline_;
+    // RINEX 2.11: the one type list (fixed at open), per system, satellite and band the code of
+    // the signal whose phase the previous epoch took, and per-epoch scratch space.
+    bool shortNames_ = false;
+    bool shortNamesActive_ = false;
+    bool rinex2AntiSpoofing_ = true;
+    std::vector<rinex::Rinex2Type> rinex2Types_;
+    std::vector<quint16> rinex2BandSignal_;
+    std::vector<std::pair<quint32, quint32>> rinex2Listed_;
+    std::vector<char> rinex2Records_;
 };

@@ -58,19 +58,6 @@ bool sameUtc(const decoding::IonoUtcParameters& a, const decoding::IonoUtcParame
     return a.a0 == b.a0 && a.a1 == b.a1 && a.utcWeek == b.utcWeek && a.utcTime == b.utcTime;
 }
 
-// The UTC reference week may come truncated (8 or 10 bits): the full week nearest the log's.
-int64_t fullWeek(uint32_t week, int64_t logWeek) {
-    int64_t modulus = 0;
-    if (week < 256)
-        modulus = 256;
-    else if (week < 1024)
-        modulus = 1024;
-    if (modulus == 0 || logWeek < modulus) return week;
-    int64_t full = logWeek - ((logWeek - int64_t(week)) % modulus + modulus) % modulus;
-    if (logWeek - full > modulus / 2) full += modulus;
-    return full;
-}
-
 } // namespace
 
 int formatLeadLine(char* out, size_t capacity, const char* type, char system, int satellite,
@@ -230,7 +217,7 @@ qint64 NavigationWriter::writeIonoUtcRecords(QIODevice* file, char system, int s
     // Time offset to UTC: epoch = the polynomial's reference time (week and seconds), in the
     // system's own time; A2 is not broadcast (0); the transmission time is not in the log.
     const int64_t logWeek = system == 'C' ? int64_t(h.week) - gnss::kBeidouWeekOffset : int64_t(h.week);
-    const int64_t week = fullWeek(p.utcWeek, logWeek);
+    const int64_t week = gnss::fullWeek(p.utcWeek, logWeek);
     const bool plausible =
         week >= 0 && week <= 99999 && p.utcTime <= 604800u && std::isfinite(p.a0) && std::isfinite(p.a1);
     if (plausible) {

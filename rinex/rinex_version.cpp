@@ -13,7 +13,7 @@ struct VersionRow {
 // Menu order: the first three in their order, then each version as it was added.
 constexpr VersionRow kVersions[] = {
     {Version::V302, "3.02"}, {Version::V303, "3.03"}, {Version::V304, "3.04"},
-    {Version::V305, "3.05"}, {Version::V400, "4.00"},
+    {Version::V305, "3.05"}, {Version::V400, "4.00"}, {Version::V211, "2.11"},
 };
 
 } // namespace

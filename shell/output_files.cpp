@@ -44,7 +44,8 @@ bool reportsOutputFiles(const ConvertOptions& options) {
     QByteArray systems;
     const bool selectsSystems =
         parseSystems(options.value(Systems), &systems) && systems.size() < AllSystems.size();
-    return options.value(LongName) == "1" || !options.value(Compression).isEmpty() || selectsSystems;
+    return options.value(LongName) == "1" || !options.value(Compression).isEmpty() || selectsSystems ||
+           (options.value(ShortName) == "1" && options.value("Version") == "2.11");
 }
 
 QString existingCompressedFile(const QStringList& plainNames, const ConvertOptions& options) {

@@ -8,6 +8,7 @@
 #include "decoding/log_header.h"
 #include "params/apply_options.h"
 #include "params/output_options.h"
+#include "rinex/rinex2_header_lines.h"
 #include "rinex/rinex3xx.h"
 #include "shell/output_files.h"
 
@@ -58,7 +59,7 @@ void ThreadBinaryToRinex::startConvert() {
 
         // Compressed short names are known now: an existing one stops the conversion before
         // anything is written.
-        if (parameters_.value(outputoptions::LongName) != "1") {
+        if (parameters_.value(outputoptions::LongName) != "1" && parameters_.value(outputoptions::ShortName) != "1") {
             QStringList plainNames;
             for (const char letter : {'O', 'C', 'L', 'N', 'G'})
                 plainNames << outputPath.left(outputPath.size() - 1) + QLatin1Char(letter);
@@ -74,6 +75,7 @@ void ThreadBinaryToRinex::startConvert() {
             throw ConvertFailure{QString("open file failed, %1").arg(outputPath)};
 
         emit message(QString("save to %1").arg(writer_->outputLocation()));
+        if (writer_->navigationDropped()) emit message(QString::fromLatin1(rinex::kRinex2NavigationMessage));
 
         observationDataStart_ = -1;
         epochRecordLines_ = -1;

@@ -364,7 +364,7 @@ TEST(VelmoorConvert, UsageErrors) {
         {"--no-such-option", input},
         {"-o", dir.filePath("out.18O"), input, input + "2"},
         {"--rinex", "3.06", input},
-        {"--rinex", "2.11", input},
+        {"--rinex", "2.10", input},
         {"--mode", "sometimes", input},
         {"--marker-type", "BOAT", input},
         {"--lat", "91", input},

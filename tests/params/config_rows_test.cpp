@@ -58,9 +58,9 @@ TEST(ConfigRows, FileWithoutHeader) {
     const ConfigRow& version = rows.at(1);
     EXPECT_EQ(version.kind, ConfigRow::Choice);
     // The three first entries in their order, then the added versions.
-    EXPECT_EQ(version.values, (QStringList{"3.02", "3.03", "3.04", "3.05", "4.00"}));
+    EXPECT_EQ(version.values, (QStringList{"3.02", "3.03", "3.04", "3.05", "4.00", "2.11"}));
     EXPECT_EQ(version.texts,
-              (QStringList{"RINEX 3.02", "RINEX 3.03", "RINEX 3.04", "RINEX 3.05", "RINEX 4.00"}));
+              (QStringList{"RINEX 3.02", "RINEX 3.03", "RINEX 3.04", "RINEX 3.05", "RINEX 4.00", "RINEX 2.11"}));
     EXPECT_EQ(version.value, "3.04");
 
     const ConfigRow& markerType = rows.at(2);

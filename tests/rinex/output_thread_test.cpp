@@ -62,10 +62,13 @@ void expectSame(const Output& a, const Output& b) {
     EXPECT_EQ(a.writeError, b.writeError);
 }
 
-Output convertStream(const std::string& name, int ppkMode, bool outputThread) {
+Output convertStream(const std::string& name, int ppkMode, bool outputThread, const QByteArray& version = {}) {
     const std::string bytes = testsupport::readBinaryFile(testsupport::streamDataDirectory() + "/" + name);
     OpenWriter w;
     EXPECT_TRUE(w.writer.setPpkMode(ppkMode));
+    if (!version.isEmpty()) {
+        EXPECT_TRUE(w.writer.setVersion(version));
+    }
     EXPECT_TRUE(w.writer.setOutputThread(outputThread));
     EXPECT_TRUE(w.open());
     std::vector<uint8_t> buffer(16384);
@@ -123,6 +126,19 @@ TEST(OutputThread, RecordedStreamsGiveTheSameBytesInEveryPpkMode) {
             if (mode == rinex::PpkNone) {
                 EXPECT_GT(plain.epochs, 100);
             }
+            expectSame(plain, threaded);
+        }
+    }
+}
+
+TEST(OutputThread, RinexTwoElevenGivesTheSameBytes) {
+    for (const char* name : {"cebr-range-key.dat", "cebr-rangecmp-legacy.dat"}) {
+        for (const int mode : {rinex::PpkNone, rinex::PpkMix}) {
+            SCOPED_TRACE(std::string(name) + " mode " + std::to_string(mode));
+            const Output plain = convertStream(name, mode, false, "2.11");
+            const Output threaded = convertStream(name, mode, true, "2.11");
+            EXPECT_TRUE(plain.files[0].startsWith("     2.11"));
+            EXPECT_GT(plain.epochs, 100);
             expectSame(plain, threaded);
         }
     }
