@@ -39,8 +39,7 @@ public:
 
 private:
     struct Arc {
-        int64_t d[4]; // value and its 1st..3rd time differences
-        int64_t u[4]; // the same for value / 100000 (the large-jump test)
+        int64_t d[4]; // value and its 1st..3rd time differences (valid up to order)
         int order;    // highest difference computed so far, -1 = no arc
     };
     struct Satellite {
@@ -67,6 +66,7 @@ private:
     bool satelliteLine1(const char* text, size_t length);
     bool startEpoch(const char* epoch, size_t length, size_t clockStart, size_t clockLength);
     bool encodeSatellite(uint32_t id, int types, const char* record);
+    bool fieldError(uint32_t id, int field, const char* record, const char* what);
     bool endEpoch();
     void initialise();
     bool parseClock(const char* field, size_t length, size_t pointAt, int64_t* value);
