@@ -382,6 +382,53 @@ bool CompactRinexEncoder::headerLine(const char* text, size_t length) {
     return true;
 }
 
+void CompactRinexEncoder::startAfterHeader(const CompactRinexEncoder& header) {
+    compactVersion_ = header.compactVersion_;
+    std::memcpy(types_, header.types_, sizeof types_);
+    types1_ = header.types1_;
+    stage_ = Stage::Epoch;
+    error_.clear();
+    lineNumber_ = 0;
+    epochs_ = 0;
+    outSize_ = 0;
+    initialise();
+}
+
+namespace {
+
+template <typename T>
+void appendBytes(std::string* state, const T& value) {
+    state->append(reinterpret_cast<const char*>(&value), sizeof value);
+}
+
+} // namespace
+
+void CompactRinexEncoder::saveState(std::string* state) const {
+    state->clear();
+    appendBytes(state, int(stage_));
+    appendBytes(state, compactVersion_);
+    state->append(reinterpret_cast<const char*>(types_), sizeof types_);
+    appendBytes(state, types1_);
+    appendBytes(state, previousEpoch_.size());
+    state->append(previousEpoch_);
+    appendBytes(state, clockOrder_);
+    for (int i = 0; i <= clockOrder_; ++i) appendBytes(state, clockD_[i]);
+    // The previous epoch's satellites in their order, with the valid part of each arc.
+    appendBytes(state, previousCount_);
+    const std::vector<Satellite>& bank = banks_[current_ ^ 1];
+    for (int s = 0; s < previousCount_; ++s) {
+        const Satellite& sat = bank[size_t(s)];
+        appendBytes(state, sat.id);
+        appendBytes(state, sat.types);
+        for (int j = 0; j < sat.types; ++j) {
+            const Arc& arc = sat.arcs[size_t(j)];
+            appendBytes(state, arc.order);
+            for (int i = 0; i <= arc.order; ++i) appendBytes(state, arc.d[i]);
+        }
+        state->append(sat.flags.data(), 2 * size_t(sat.types));
+    }
+}
+
 void CompactRinexEncoder::initialise() {
     previousEpoch_.clear();
     previousCount_ = 0;

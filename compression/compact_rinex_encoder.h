@@ -32,6 +32,28 @@ public:
     // Observation epochs (flag 0 or 1) and event records encoded so far.
     uint64_t epochCount() const { return epochs_; }
 
+    // For encoding one file in pieces on several threads (compact_rinex.cpp): an encoder
+    // can take over the header's results from another and start at an epoch line; its
+    // state between two epochs can be saved and compared with another encoder's, and an
+    // encoder whose state matched continues with the line and epoch numbers of the other.
+    //
+    // Takes the version and observation types of an encoder that has read the header (and
+    // nothing after it) and forgets everything else, output not yet handed to the sink
+    // included; the next line must start an epoch. Nothing is written for the header.
+    void startAfterHeader(const CompactRinexEncoder& header);
+    // True between two epochs (and not failed): the only place a state is saved.
+    bool betweenEpochs() const { return stage_ == Stage::Epoch; }
+    // Everything the rest of the output depends on, in a canonical form: two encoders with
+    // equal saved states turn the same following lines into the same output.
+    void saveState(std::string* state) const;
+    uint64_t lineNumber() const { return lineNumber_; }
+    void moveTo(uint64_t lineNumber, uint64_t epochs) {
+        lineNumber_ = lineNumber;
+        epochs_ = epochs;
+    }
+    // Hands the output gathered so far to the sink.
+    bool flush() { return stage_ != Stage::Failed && flushOut(); }
+
     // Limits of the compact format's readers; inputs beyond them are refused.
     static constexpr size_t kMaxLineLength = 2046;
     static constexpr int kMaxSatellites = 100;
