@@ -19,10 +19,10 @@ void setError(std::string* error, const std::string& text) {
     if (error) *error = text;
 }
 
-// Worker threads for the body: a second core roughly halves the time.
-unsigned encodingThreads() {
-    const unsigned cores = std::thread::hardware_concurrency();
-    return cores >= 2 ? 2 : 0;
+// The body in pieces on two worker threads when there is a second core (it roughly halves
+// the time), else one encoder on this thread.
+bool encodeInPieces() {
+    return std::thread::hardware_concurrency() >= 2;
 }
 
 bool encodeFile(const std::string& plainPath, OutputSink& sink, const std::string& outputPath, std::string* error) {
@@ -31,7 +31,8 @@ bool encodeFile(const std::string& plainPath, OutputSink& sink, const std::strin
         setError(error, plainPath + ": cannot be read: " + input.openError());
         return false;
     }
-    const EncodingOutcome outcome = encodeCompactRinex(input, sink, encodingThreads());
+    const bool pieces = encodeInPieces();
+    const EncodingOutcome outcome = encodeCompactRinex(input, sink, pieces ? 2 : 0, pieces ? kPieceBytes : 0);
     if (outcome.ok) return true;
     // Input problems name the input, write failures the output.
     setError(error, (outcome.inputFault ? plainPath : outputPath) + ": " + outcome.message);

@@ -229,7 +229,8 @@ char* putDifference(char* p, const char* previous, size_t pl, const char* next, 
 } // namespace
 
 CompactRinexEncoder::CompactRinexEncoder(OutputSink& sink, std::string programName)
-    : sink_(sink), program_(std::move(programName)), out_(kOutBlock + kOutSlack) {
+    : sink_(sink), program_(std::move(programName)), out_(new char[kOutBlock + kOutSlack]),
+      outCapacity_(kOutBlock + kOutSlack) {
     if (program_.size() > 40) program_.resize(40);
     for (int& t : types_) t = -1;
     epochText_.reserve(512);
@@ -243,19 +244,19 @@ bool CompactRinexEncoder::fail(const std::string& what) {
 }
 
 void CompactRinexEncoder::writeOut(const char* data, size_t size) {
-    std::memcpy(out_.data() + outSize_, data, size);
+    std::memcpy(out_.get() + outSize_, data, size);
     outSize_ += size;
 }
 
 void CompactRinexEncoder::writeLine(const char* data, size_t size) {
-    std::memcpy(out_.data() + outSize_, data, size);
+    std::memcpy(out_.get() + outSize_, data, size);
     outSize_ += size;
     out_[outSize_++] = '\n';
 }
 
 bool CompactRinexEncoder::flushOut() {
     if (outSize_ == 0) return true;
-    const bool ok = sink_.write(out_.data(), outSize_);
+    const bool ok = sink_.write(out_.get(), outSize_);
     outSize_ = 0;
     if (!ok) {
         error_ = sink_.error();
@@ -756,12 +757,15 @@ bool CompactRinexEncoder::encodeSatellite(uint32_t id, int types, const char* re
 bool CompactRinexEncoder::endEpoch() {
     ++epochs_;
     // Make room for the epoch line, the clock line and the body.
-    if (outSize_ + epochText_.size() + previousEpoch_.size() + 64 + bodySize_ > out_.size()) {
+    const size_t room = epochText_.size() + previousEpoch_.size() + 64 + bodySize_;
+    if (outSize_ + room > outCapacity_) {
         if (!flushOut()) return false;
-        if (epochText_.size() + previousEpoch_.size() + 64 + bodySize_ > out_.size())
-            out_.resize(epochText_.size() + previousEpoch_.size() + 64 + bodySize_);
+        if (room > outCapacity_) {
+            out_.reset(new char[room]); // empty after the flush
+            outCapacity_ = room;
+        }
     }
-    char* p = out_.data() + outSize_;
+    char* p = out_.get() + outSize_;
     if (compactVersion_ == 3) {
         size_t n = epochText_.size();
         if (previousEpoch_.empty()) {
@@ -803,7 +807,7 @@ bool CompactRinexEncoder::endEpoch() {
     *p++ = '\n';
     if (bodySize_ > 0) std::memcpy(p, body_.data(), bodySize_); // an epoch without satellites has no body yet
     p += bodySize_;
-    outSize_ = size_t(p - out_.data());
+    outSize_ = size_t(p - out_.get());
 
     previousEpoch_.swap(epochText_);
     previousCount_ = currentCount_;

@@ -6,6 +6,7 @@
 // whatever the file size; the output goes to a sink in blocks.
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -142,7 +143,9 @@ private:
     int64_t clockD_[4] = {0, 0, 0, 0};
     int clockOrder_ = -1;
 
-    std::vector<char> out_;
+    // Not zero-filled: encoders are cheap to create, and only the bytes used are touched.
+    std::unique_ptr<char[]> out_;
+    size_t outCapacity_ = 0;
     size_t outSize_ = 0;
 };
 

@@ -272,7 +272,7 @@ EncodingOutcome encodeCompactRinex(LineBlocks& input, OutputSink& sink, unsigned
         o.ok = true;
         return o;
     };
-    if (!head.betweenEpochs() || head.compactVersion() != 3 || threads < 2) return serialRest();
+    if (!head.betweenEpochs() || head.compactVersion() != 3 || pieceBytes == 0) return serialRest();
     if (!head.flush()) return encoderFault(head);
     // What the pieces' encoders take from the header; head itself may go on encoding.
     std::string unused;

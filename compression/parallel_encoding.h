@@ -23,9 +23,9 @@ struct EncodingOutcome {
 // Body bytes per piece: large enough that priming costs little, small enough for flat memory.
 constexpr size_t kPieceBytes = 1 << 20;
 
-// threads: worker threads for the body (fewer than 2 encodes on the calling thread only).
-// Tests choose small pieces to cross many piece boundaries.
-EncodingOutcome encodeCompactRinex(LineBlocks& input, OutputSink& sink, unsigned threads,
-                                   size_t pieceBytes = kPieceBytes);
+// threads: worker threads for the pieces (0: each piece is encoded on the calling thread
+// as it is cut); pieceBytes 0: no pieces, one encoder for the whole file. Tests and the
+// fuzz target choose small pieces to cross many piece boundaries.
+EncodingOutcome encodeCompactRinex(LineBlocks& input, OutputSink& sink, unsigned threads, size_t pieceBytes);
 
 } // namespace compression
