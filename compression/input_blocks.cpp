@@ -38,15 +38,15 @@ bool LineBlocks::next(const char** data, size_t* size, bool* lastWithoutLf) {
     }
     // The unfinished line of the last block moves to the front.
     if (consumed_ > 0) {
-        std::memmove(buffer_.data(), buffer_.data() + consumed_, kept_);
+        std::memmove(buffer_.get(), buffer_.get() + consumed_, kept_);
         consumed_ = 0;
     }
-    const ssize_t n = input_.read(buffer_.data() + kept_, buffer_.size() - kept_);
+    const ssize_t n = input_.read(buffer_.get() + kept_, kBufferSize - kept_);
     if (n < 0) {
         error_ = "read failed: " + input_.error();
         return false;
     }
-    *data = buffer_.data();
+    *data = buffer_.get();
     *lastWithoutLf = false;
     if (n == 0) {
         ended_ = true;
@@ -58,8 +58,8 @@ bool LineBlocks::next(const char** data, size_t* size, bool* lastWithoutLf) {
         return true;
     }
     const size_t end = kept_ + size_t(n);
-    const void* lf = memrchr(buffer_.data(), '\n', end);
-    const size_t whole = lf ? size_t(static_cast<const char*>(lf) - buffer_.data()) + 1 : 0;
+    const void* lf = memrchr(buffer_.get(), '\n', end);
+    const size_t whole = lf ? size_t(static_cast<const char*>(lf) - buffer_.get()) + 1 : 0;
     kept_ = end - whole;
     consumed_ = whole;
     *size = whole;

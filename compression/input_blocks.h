@@ -3,9 +3,9 @@
 // Reading a plain file in large blocks: raw blocks for gzip, or blocks of whole lines for
 // the Compact RINEX encoder (one or several threads see the same lines and the same errors).
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <sys/types.h>
-#include <vector>
 
 namespace compression {
 
@@ -33,7 +33,7 @@ public:
     // A raw line (before its trailing blanks go) may be this long; longer is not RINEX.
     static constexpr size_t kMaxRawLine = 1 << 16;
 
-    LineBlocks() : buffer_(kReadBlock + kMaxRawLine) {}
+    LineBlocks() : buffer_(new char[kBufferSize]) {}
     bool open(const std::string& path) { return input_.open(path); }
     // The next block in *data/*size; false at the end of the file or on failure (failed()
     // and error() then say so). A block may be empty (a line longer than one read).
@@ -44,8 +44,9 @@ public:
     const std::string& openError() const { return input_.error(); }
 
 private:
+    static constexpr size_t kBufferSize = kReadBlock + kMaxRawLine;
     InputFile input_;
-    std::vector<char> buffer_;
+    std::unique_ptr<char[]> buffer_; // not zero-filled: only what is read is touched
     size_t kept_ = 0;     // bytes of an unfinished line at the buffer's start
     size_t consumed_ = 0; // bytes of the buffer handed out by the last call
     bool ended_ = false;
