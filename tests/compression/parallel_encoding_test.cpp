@@ -240,7 +240,8 @@ TEST_F(ParallelEncoding, FailuresGiveTheSameMessages) {
 }
 
 TEST_F(ParallelEncoding, FileFunctionsGiveTheSameBytesAsTheTextFunction) {
-    // Large enough for several default pieces, so the file functions use their threads.
+    // Large enough for several default pieces: on three cores or more the file functions
+    // use their threads, on fewer one encoder.
     const std::string plain = longText(11, 6000);
     ASSERT_GT(plain.size(), 3 * compression::kPieceBytes);
     const std::string path = dir_ + "/big.rnx";
