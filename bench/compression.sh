@@ -4,7 +4,8 @@
 #
 # For every range log and epoch rate: generates a synthetic input with velmoor-bench-stream,
 # converts it, then compresses the observation file with velmoor-bench-compress in each mode
-# (crx, crx.gz, gz). Each step runs RUNS times, interleaved; prints medians.
+# (crx, crx.gz, gz). Each step runs RUNS times, interleaved; prints medians, and the best
+# runs of the conversion and of crx (the least disturbed by other load).
 #
 #   bench/compression.sh [--size 100] [--logs range,rangecmp,rangecmp2] [--rates 1,20]
 #                        [--runs 5] [--build-dir DIR] [--no-build] [--results FILE]
@@ -55,6 +56,7 @@ done
 work_dir="$(mktemp -d "${TMPDIR:-/tmp}/velmoor-bench-crx.XXXXXX")"
 trap 'rm -rf "$work_dir"' EXIT
 
+best() { sort -g | head -n 1; }
 median() {
     sort -g | awk '{ v[NR] = $1 } END { if (NR % 2) print v[(NR + 1) / 2]; else print (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
@@ -96,15 +98,17 @@ for log in "${log_list[@]}"; do
         done
         rm -rf "$work_dir/out" "$input"
         m() { tr ' ' '\n' <<<"$1" | grep . | median; }
+        b() { tr ' ' '\n' <<<"$1" | grep . | best; }
         cw="$(m "${wall[convert]}")"; cc="$(m "${cpu[convert]}")"
         xw="$(m "${wall[crx]}")"; xc="$(m "${cpu[crx]}")"; xr="$(m "${rss[crx]}")"
+        cb="$(b "${wall[convert]}")"; xb="$(b "${wall[crx]}")"
         zw="$(m "${wall[crx.gz]}")"; zc="$(m "${cpu[crx.gz]}")"
         gw="$(m "${wall[gz]}")"; gc="$(m "${cpu[gz]}")"
-        awk -v lg="$log" -v rate="$rate" -v cw="$cw" -v cc="$cc" -v xw="$xw" -v xc="$xc" -v xr="$xr" \
+        awk -v lg="$log" -v rate="$rate" -v cw="$cw" -v cc="$cc" -v xw="$xw" -v xc="$xc" -v xr="$xr" -v cb="$cb" -v xbest="$xb" \
             -v zw="$zw" -v zc="$zc" -v gw="$gw" -v gc="$gc" -v pb="$plain_bytes" -v xb="$crx_bytes" \
             -v zb="$crxgz_bytes" -v gb="$gz_bytes" 'BEGIN {
-            printf "| %s | %d Hz | %.1f | %.3f (%.2f) | %.3f (%.2f) | **%.2f** (%.2f) | %.1f | %.3f (%.2f) | %.3f (%.2f) | %.1f | %.1f | %.1f | %.1f |",
-                lg, rate, pb / 1e6, cw, cc, xw, xc, xw / cw, (cc > 0 ? xc / cc : 0), pb / 1e6 / xw, zw, zc, gw, gc,
+            printf "| %s | %d Hz | %.1f | %.3f (%.2f) | %.3f (%.2f) | **%.2f** (%.2f) | %.3f | %.3f | **%.2f** | %.1f | %.3f (%.2f) | %.3f (%.2f) | %.1f | %.1f | %.1f | %.1f |\n",
+                lg, rate, pb / 1e6, cw, cc, xw, xc, xw / cw, (cc > 0 ? xc / cc : 0), cb, xbest, xbest / cb, pb / 1e6 / xw, zw, zc, gw, gc,
                 xr / 1024, xb / 1e6, zb / 1e6, gb / 1e6 }' >>"$work_dir/rows"
         unset wall cpu rss
     done
@@ -114,7 +118,7 @@ done
     echo "Compression of the observation file, median of $runs runs (MB = 10^6 bytes; seconds wall (CPU))"
     echo "load average at start: $load_start; at end: $(cut -d' ' -f1-3 /proc/loadavg)"
     echo
-    echo "| log | rate | obs MB | convert s | crx s | crx / convert | crx MB/s | crx.gz s | gz s | crx peak RSS MB | crx MB | crx.gz MB | gz MB |"
-    echo "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
+    echo "| log | rate | obs MB | convert s | crx s | crx / convert | convert best s | crx best s | best / best | crx MB/s | crx.gz s | gz s | crx peak RSS MB | crx MB | crx.gz MB | gz MB |"
+    echo "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
     cat "$work_dir/rows"
 } | tee ${results:+"$results"}

@@ -31,35 +31,79 @@ constexpr char kPairs[] = "00010203040506070809101112131415161718192021222324252
                           "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
                           "8081828384858687888990919293949596979899";
 
-// Appends v in plain decimal; returns the new end.
-inline char* putInteger(char* p, int64_t v) {
-    uint64_t m;
-    if (v < 0) {
-        *p++ = '-';
-        m = uint64_t(0) - uint64_t(v);
-    } else {
-        m = uint64_t(v);
-    }
-    if (m < 10) {
-        *p++ = char('0' + m);
-        return p;
-    }
-    // Count the digits, then write them backwards in place, two at a time.
-    int n = 2;
-    for (uint64_t limit = 100; n < 20 && m >= limit; limit *= 10) ++n;
+constexpr uint64_t kPowers10[20] = {1ull,
+                                    10ull,
+                                    100ull,
+                                    1000ull,
+                                    10000ull,
+                                    100000ull,
+                                    1000000ull,
+                                    10000000ull,
+                                    100000000ull,
+                                    1000000000ull,
+                                    10000000000ull,
+                                    100000000000ull,
+                                    1000000000000ull,
+                                    10000000000000ull,
+                                    100000000000000ull,
+                                    1000000000000000ull,
+                                    10000000000000000ull,
+                                    100000000000000000ull,
+                                    1000000000000000000ull,
+                                    10000000000000000000ull};
+
+// Writes the n decimal digits of m (n counted by the caller) backwards from p + n.
+template <typename T>
+inline void putDigits(char* p, T m, int n) {
     char* q = p + n;
     while (m >= 100) {
         const unsigned pair = unsigned(m % 100);
         m /= 100;
         q -= 2;
-        q[0] = kPairs[2 * pair];
-        q[1] = kPairs[2 * pair + 1];
+        std::memcpy(q, kPairs + 2 * pair, 2);
     }
-    if (m >= 10) {
-        q[-2] = kPairs[2 * m];
-        q[-1] = kPairs[2 * m + 1];
-    } else {
+    if (m >= 10)
+        std::memcpy(q - 2, kPairs + 2 * m, 2);
+    else
         q[-1] = char('0' + m);
+}
+
+// The digits of m < 10^8 as eight ASCII characters with leading zeros, the first in the
+// lowest byte: two halves of four digits, each split into pairs and then into digits, all
+// lanes at once (no lane overflows into the next).
+inline uint64_t eightCharacters(uint32_t m) {
+    uint64_t v = uint64_t(m / 10000) | uint64_t(m % 10000) << 32;        // 32-bit lanes < 10000
+    const uint64_t hundreds = ((v * 5243) >> 19) & 0x0000007F0000007Full; // v / 100 for v < 43699
+    v = hundreds | (v - hundreds * 100) << 16;                            // 16-bit lanes < 100
+    const uint64_t tens = ((v * 103) >> 10) & 0x000F000F000F000Full;      // v / 10 for v < 179
+    v = tens | (v - tens * 10) << 8;                                      // bytes < 10
+    return v | 0x3030303030303030ull;
+}
+
+inline int decimalDigits(uint64_t m) {
+    // From the bit length: log10(2) ~ 1233 / 4096, corrected by one comparison.
+    m |= 1;
+    const int t = ((64 - __builtin_clzll(m)) * 1233) >> 12;
+    return t + 1 - (m < kPowers10[t] ? 1 : 0);
+}
+
+// Appends v in plain decimal; returns the new end. Writes up to 8 bytes beyond it. Without
+// branches on the sign or the length for |v| < 10^8: differences have random signs and
+// lengths, which a branch predictor cannot learn.
+inline char* putInteger(char* p, int64_t v) {
+    const bool negative = v < 0;
+    const uint64_t m = negative ? uint64_t(0) - uint64_t(v) : uint64_t(v);
+    *p = '-';
+    p += negative ? 1 : 0;
+    const int n = decimalDigits(m);
+    if (m < 100000000) {
+        uint64_t text = eightCharacters(uint32_t(m)) >> (8 * (8 - n));
+        if (!isLittleEndian()) text = __builtin_bswap64(text);
+        std::memcpy(p, &text, 8);
+    } else if (m <= 0xFFFFFFFFu) {
+        putDigits(p, uint32_t(m), n);
+    } else {
+        putDigits(p, m, n);
     }
     return p + n;
 }
@@ -77,8 +121,13 @@ inline uint64_t eightDigits(uint64_t v) {
 // point in the 11th place, three digits. The integer part is read eight characters at a time.
 inline int parseValue(const char* f, int64_t* v) {
     if (f[10] != '.') return std::memcmp(f, kBlanks, 14) == 0 ? 0 : -1;
-    if (!isDigit(f[11]) || !isDigit(f[12]) || !isDigit(f[13])) return -1;
-    const int64_t fraction = (f[11] - '0') * 100 + (f[12] - '0') * 10 + (f[13] - '0');
+    // The point and the three decimals in one word: the point gives 0, digits 0..9.
+    uint32_t tail;
+    std::memcpy(&tail, f + 10, 4);
+    if (!isLittleEndian()) tail = __builtin_bswap32(tail);
+    const uint32_t b = tail ^ 0x30303030u;
+    if (((((b & 0x7F7F7F7Fu) + 0x76767676u) | b) & 0x80808000u) != 0) return -1;
+    const int64_t fraction = int64_t((b >> 8) & 0xFF) * 100 + int64_t((b >> 16) & 0xFF) * 10 + int64_t(b >> 24);
     uint64_t word; // characters 3 to 10, the third in the lowest byte
     std::memcpy(&word, f + 2, 8);
     if (!isLittleEndian()) word = __builtin_bswap64(word);
@@ -128,6 +177,32 @@ inline int64_t absolute(int64_t v) {
     return v < 0 ? -v : v;
 }
 
+// Largest k-th difference of the values for which the k-th difference of their upper parts
+// (value / 100000, truncated) cannot exceed 100000: the truncations move it by at most
+// 2^k * 99999 < 800000, so a jump needs at least 100001 * 100000 - 800000 > 9 * 10^9.
+constexpr int64_t kQuietDifference = 9000000000;
+
+// Room for one field's token in the output: "3&", a sign, 20 digits, the separator, and
+// the 8 bytes putInteger may write beyond.
+constexpr size_t kFieldRoom = 32;
+
+const char kNotANumber[] = "not a number of the form F14.3";
+
+// The large-jump rule: the k-th difference of the upper parts of the arc's last k + 1 values
+// (v now, the earlier ones rebuilt from the previous epoch's differences) above 100000.
+bool jumps(const int64_t* d, int64_t v, int k) {
+    const int64_t v1 = d[0];
+    const int64_t u0 = v / 100000;
+    const int64_t u1 = v1 / 100000;
+    if (k == 1) return absolute(u0 - u1) > 100000;
+    const int64_t v2 = v1 - d[1];
+    const int64_t u2 = v2 / 100000;
+    if (k == 2) return absolute(u0 - 2 * u1 + u2) > 100000;
+    const int64_t v3 = v2 - (d[1] - d[2]);
+    const int64_t u3 = v3 / 100000;
+    return absolute(u0 - 3 * u1 + 3 * u2 - u3) > 100000;
+}
+
 inline uint32_t idKey(const char* id) {
     return uint32_t(uint8_t(id[0])) | uint32_t(uint8_t(id[1])) << 8 | uint32_t(uint8_t(id[2])) << 16;
 }
@@ -154,7 +229,8 @@ char* putDifference(char* p, const char* previous, size_t pl, const char* next, 
 } // namespace
 
 CompactRinexEncoder::CompactRinexEncoder(OutputSink& sink, std::string programName)
-    : sink_(sink), program_(std::move(programName)), out_(kOutBlock + kOutSlack) {
+    : sink_(sink), program_(std::move(programName)), out_(new char[kOutBlock + kOutSlack]),
+      outCapacity_(kOutBlock + kOutSlack) {
     if (program_.size() > 40) program_.resize(40);
     for (int& t : types_) t = -1;
     epochText_.reserve(512);
@@ -168,19 +244,19 @@ bool CompactRinexEncoder::fail(const std::string& what) {
 }
 
 void CompactRinexEncoder::writeOut(const char* data, size_t size) {
-    std::memcpy(out_.data() + outSize_, data, size);
+    std::memcpy(out_.get() + outSize_, data, size);
     outSize_ += size;
 }
 
 void CompactRinexEncoder::writeLine(const char* data, size_t size) {
-    std::memcpy(out_.data() + outSize_, data, size);
+    std::memcpy(out_.get() + outSize_, data, size);
     outSize_ += size;
     out_[outSize_++] = '\n';
 }
 
 bool CompactRinexEncoder::flushOut() {
     if (outSize_ == 0) return true;
-    const bool ok = sink_.write(out_.data(), outSize_);
+    const bool ok = sink_.write(out_.get(), outSize_);
     outSize_ = 0;
     if (!ok) {
         error_ = sink_.error();
@@ -305,6 +381,53 @@ bool CompactRinexEncoder::headerLine(const char* text, size_t length) {
         initialise();
     }
     return true;
+}
+
+void CompactRinexEncoder::startAfterHeader(const CompactRinexEncoder& header) {
+    compactVersion_ = header.compactVersion_;
+    std::memcpy(types_, header.types_, sizeof types_);
+    types1_ = header.types1_;
+    stage_ = Stage::Epoch;
+    error_.clear();
+    lineNumber_ = 0;
+    epochs_ = 0;
+    outSize_ = 0;
+    initialise();
+}
+
+namespace {
+
+template <typename T>
+void appendBytes(std::string* state, const T& value) {
+    state->append(reinterpret_cast<const char*>(&value), sizeof value);
+}
+
+} // namespace
+
+void CompactRinexEncoder::saveState(std::string* state) const {
+    state->clear();
+    appendBytes(state, int(stage_));
+    appendBytes(state, compactVersion_);
+    state->append(reinterpret_cast<const char*>(types_), sizeof types_);
+    appendBytes(state, types1_);
+    appendBytes(state, previousEpoch_.size());
+    state->append(previousEpoch_);
+    appendBytes(state, clockOrder_);
+    for (int i = 0; i <= clockOrder_; ++i) appendBytes(state, clockD_[i]);
+    // The previous epoch's satellites in their order, with the valid part of each arc.
+    appendBytes(state, previousCount_);
+    const std::vector<Satellite>& bank = banks_[current_ ^ 1];
+    for (int s = 0; s < previousCount_; ++s) {
+        const Satellite& sat = bank[size_t(s)];
+        appendBytes(state, sat.id);
+        appendBytes(state, sat.types);
+        for (int j = 0; j < sat.types; ++j) {
+            const Arc& arc = sat.arcs[size_t(j)];
+            appendBytes(state, arc.order);
+            for (int i = 0; i <= arc.order; ++i) appendBytes(state, arc.d[i]);
+        }
+        state->append(sat.flags.data(), 2 * size_t(sat.types));
+    }
 }
 
 void CompactRinexEncoder::initialise() {
@@ -493,15 +616,20 @@ bool CompactRinexEncoder::satelliteLine3(const char* text, size_t length) {
     if (length > 3 + width)
         return fail("satellite line longer than the " + std::to_string(types) + " observation types of system '" +
                     id[0] + "'");
-    if (record_.size() < width) record_.resize(width);
-    const size_t data = length > 3 ? length - 3 : 0;
-    std::memcpy(record_.data(), text + 3, data);
-    std::memset(record_.data() + data, ' ', width - data);
+    const char* record = text + 3;
+    if (length < 3 + width) {
+        // A short record: its missing fields are blank.
+        if (record_.size() < width) record_.resize(width);
+        const size_t data = length > 3 ? length - 3 : 0;
+        std::memcpy(record_.data(), text + 3, data);
+        std::memset(record_.data() + data, ' ', width - data);
+        record = record_.data();
+    }
     if (id[0] == '&' || id[1] == '&' || id[2] == '&') return fail("'&' in a satellite ID");
     const uint32_t key = idKey(id);
     if (!insertCurrent(key, currentCount_)) return false;
     epochText_.append(id, 3);
-    if (!encodeSatellite(key, types, record_.data())) return false;
+    if (!encodeSatellite(key, types, record)) return false;
     if (++satellitesRead_ == satellitesExpected_) return endEpoch();
     return true;
 }
@@ -524,6 +652,16 @@ bool CompactRinexEncoder::satelliteLine1(const char* text, size_t length) {
     return true;
 }
 
+bool CompactRinexEncoder::fieldError(uint32_t id, int field, const char* record, const char* what) {
+    // Fields are checked in order, so a '&' flag of an earlier field is named first.
+    for (int j = 0; j < field; ++j)
+        if (record[16 * j + 14] == '&' || record[16 * j + 15] == '&') return fieldError(id, j, record, "'&' as a flag");
+    const char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
+    std::string text = std::string("satellite ") + name + ", observation " + std::to_string(field + 1) + ": " + what;
+    if (what == kNotANumber) text += " ('" + std::string(record + 16 * field, 14) + "')";
+    return fail(text);
+}
+
 bool CompactRinexEncoder::encodeSatellite(uint32_t id, int types, const char* record) {
     std::vector<Satellite>& bank = banks_[current_];
     if (int(bank.size()) <= currentCount_) bank.resize(size_t(currentCount_) + 1);
@@ -539,63 +677,60 @@ bool CompactRinexEncoder::encodeSatellite(uint32_t id, int types, const char* re
     const Satellite* previous = previousIndex >= 0 ? &banks_[current_ ^ 1][size_t(previousIndex)] : nullptr;
     if (previous && previous->types != types) previous = nullptr;
 
-    char* const start = reserveBody(21 * size_t(types) + 8);
+    char* const start = reserveBody(kFieldRoom * size_t(types) + 8);
     char* p = start;
-    bool blank[kMaxTypes];
+    Arc* const arcs = sat.arcs.data();
+    char* const flags = sat.flags.data();
+    const Arc* const before = previous ? previous->arcs.data() : nullptr;
     for (int j = 0; j < types; ++j) {
         const char* field = record + 16 * j;
-        if (j > 0) *p++ = ' ';
-        Arc& arc = sat.arcs[size_t(j)];
+        Arc& arc = arcs[j];
+        std::memcpy(flags + 2 * j, field + 14, 2);
         int64_t v = 0;
         const int kind = parseValue(field, &v);
-        if (kind < 0) {
-            char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
-            return fail(std::string("satellite ") + name + ", observation " + std::to_string(j + 1) +
-                        ": not a number of the form F14.3 ('" + std::string(field, 14) + "')");
-        }
-        if (field[14] == '&' || field[15] == '&') {
-            char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
-            return fail(std::string("satellite ") + name + ", observation " + std::to_string(j + 1) +
-                        ": '&' as a flag");
-        }
-        sat.flags[2 * size_t(j)] = field[14];
-        sat.flags[2 * size_t(j) + 1] = field[15];
-        blank[j] = kind == 0;
-        if (kind == 0) {
+        if (kind <= 0) {
+            if (kind < 0) return fieldError(id, j, record, kNotANumber);
             if (compactVersion_ == 1 && (field[14] != ' ' || field[15] != ' ')) {
-                char name[4] = {char(id & 255), char((id >> 8) & 255), char((id >> 16) & 255), 0};
-                return fail(std::string("satellite ") + name + ", observation " + std::to_string(j + 1) +
-                            ": flags on a blank value");
+                if (field[14] == '&' || field[15] == '&') return fieldError(id, j, record, "'&' as a flag");
+                return fieldError(id, j, record, "flags on a blank value");
             }
             arc.order = -1;
+            *p++ = ' ';
             continue;
         }
-        const Arc* before = previous ? &previous->arcs[size_t(j)] : nullptr;
-        if (before && before->order >= 0) {
-            const int k = before->order < 3 ? before->order + 1 : 3;
+        if (before && before[j].order >= 0) {
+            const Arc& b = before[j];
+            const int k = b.order < 3 ? b.order + 1 : 3;
+            // All three differences, whatever the order: the unused ones stay bounded and
+            // the arc keeps them for the next epoch.
             arc.d[0] = v;
-            arc.u[0] = v / 100000;
-            for (int i = 0; i < k; ++i) {
-                arc.d[i + 1] = arc.d[i] - before->d[i];
-                arc.u[i + 1] = arc.u[i] - before->u[i];
-            }
-            if (absolute(arc.u[k]) <= 100000) {
+            arc.d[1] = v - b.d[0];
+            arc.d[2] = arc.d[1] - b.d[1];
+            arc.d[3] = arc.d[2] - b.d[2];
+            const int64_t dk = arc.d[k];
+            if (uint64_t(dk + kQuietDifference) <= uint64_t(2 * kQuietDifference) || !jumps(b.d, v, k)) {
                 arc.order = k;
-                p = putInteger(p, arc.d[k]);
+                p = putInteger(p, dk);
+                *p++ = ' ';
                 continue;
             }
         }
         // A new arc: the raw value, announced with the highest difference order used.
         arc.order = 0;
         arc.d[0] = v;
-        arc.u[0] = v / 100000;
+        arc.d[1] = 0;
+        arc.d[2] = 0;
+        arc.d[3] = 0;
         *p++ = '3';
         *p++ = '&';
         p = putInteger(p, v);
+        *p++ = ' ';
     }
-    *p++ = ' ';
-    const char* flags = sat.flags.data();
     const size_t n = 2 * size_t(types);
+    if (std::memchr(flags, '&', n)) {
+        const int j = int(static_cast<const char*>(std::memchr(flags, '&', n)) - flags) / 2;
+        return fieldError(id, j, record, "'&' as a flag");
+    }
     if (!previous) {
         if (compactVersion_ == 3) {
             for (size_t k = 0; k < n; ++k) *p++ = flags[k] == ' ' ? '&' : flags[k];
@@ -608,7 +743,7 @@ bool CompactRinexEncoder::encodeSatellite(uint32_t id, int types, const char* re
         const char* old = previous->flags.data();
         for (size_t k = 0; k < n; ++k) {
             char o = old[k];
-            if (compactVersion_ == 1 && blank[k / 2]) o = ' ';
+            if (compactVersion_ == 1 && arcs[k / 2].order < 0) o = ' ';
             const char c = flags[k];
             *p++ = c == o ? ' ' : (c == ' ' ? '&' : c);
         }
@@ -622,12 +757,15 @@ bool CompactRinexEncoder::encodeSatellite(uint32_t id, int types, const char* re
 bool CompactRinexEncoder::endEpoch() {
     ++epochs_;
     // Make room for the epoch line, the clock line and the body.
-    if (outSize_ + epochText_.size() + previousEpoch_.size() + 64 + bodySize_ > out_.size()) {
+    const size_t room = epochText_.size() + previousEpoch_.size() + 64 + bodySize_;
+    if (outSize_ + room > outCapacity_) {
         if (!flushOut()) return false;
-        if (epochText_.size() + previousEpoch_.size() + 64 + bodySize_ > out_.size())
-            out_.resize(epochText_.size() + previousEpoch_.size() + 64 + bodySize_);
+        if (room > outCapacity_) {
+            out_.reset(new char[room]); // empty after the flush
+            outCapacity_ = room;
+        }
     }
-    char* p = out_.data() + outSize_;
+    char* p = out_.get() + outSize_;
     if (compactVersion_ == 3) {
         size_t n = epochText_.size();
         if (previousEpoch_.empty()) {
@@ -669,7 +807,7 @@ bool CompactRinexEncoder::endEpoch() {
     *p++ = '\n';
     if (bodySize_ > 0) std::memcpy(p, body_.data(), bodySize_); // an epoch without satellites has no body yet
     p += bodySize_;
-    outSize_ = size_t(p - out_.data());
+    outSize_ = size_t(p - out_.get());
 
     previousEpoch_.swap(epochText_);
     previousCount_ = currentCount_;

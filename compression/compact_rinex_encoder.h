@@ -6,6 +6,7 @@
 // whatever the file size; the output goes to a sink in blocks.
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,28 @@ public:
     // Observation epochs (flag 0 or 1) and event records encoded so far.
     uint64_t epochCount() const { return epochs_; }
 
+    // For encoding one file in pieces on several threads (compact_rinex.cpp): an encoder
+    // can take over the header's results from another and start at an epoch line; its
+    // state between two epochs can be saved and compared with another encoder's, and an
+    // encoder whose state matched continues with the line and epoch numbers of the other.
+    //
+    // Takes the version and observation types of an encoder that has read the header (and
+    // nothing after it) and forgets everything else, output not yet handed to the sink
+    // included; the next line must start an epoch. Nothing is written for the header.
+    void startAfterHeader(const CompactRinexEncoder& header);
+    // True between two epochs (and not failed): the only place a state is saved.
+    bool betweenEpochs() const { return stage_ == Stage::Epoch; }
+    // Everything the rest of the output depends on, in a canonical form: two encoders with
+    // equal saved states turn the same following lines into the same output.
+    void saveState(std::string* state) const;
+    uint64_t lineNumber() const { return lineNumber_; }
+    void moveTo(uint64_t lineNumber, uint64_t epochs) {
+        lineNumber_ = lineNumber;
+        epochs_ = epochs;
+    }
+    // Hands the output gathered so far to the sink.
+    bool flush() { return stage_ != Stage::Failed && flushOut(); }
+
     // Limits of the compact format's readers; inputs beyond them are refused.
     static constexpr size_t kMaxLineLength = 2046;
     static constexpr int kMaxSatellites = 100;
@@ -39,8 +62,7 @@ public:
 
 private:
     struct Arc {
-        int64_t d[4]; // value and its 1st..3rd time differences
-        int64_t u[4]; // the same for value / 100000 (the large-jump test)
+        int64_t d[4]; // value and its 1st..3rd time differences (valid up to order)
         int order;    // highest difference computed so far, -1 = no arc
     };
     struct Satellite {
@@ -67,6 +89,7 @@ private:
     bool satelliteLine1(const char* text, size_t length);
     bool startEpoch(const char* epoch, size_t length, size_t clockStart, size_t clockLength);
     bool encodeSatellite(uint32_t id, int types, const char* record);
+    bool fieldError(uint32_t id, int field, const char* record, const char* what);
     bool endEpoch();
     void initialise();
     bool parseClock(const char* field, size_t length, size_t pointAt, int64_t* value);
@@ -120,7 +143,9 @@ private:
     int64_t clockD_[4] = {0, 0, 0, 0};
     int clockOrder_ = -1;
 
-    std::vector<char> out_;
+    // Not zero-filled: encoders are cheap to create, and only the bytes used are touched.
+    std::unique_ptr<char[]> out_;
+    size_t outCapacity_ = 0;
     size_t outSize_ = 0;
 };
 
