@@ -69,4 +69,18 @@ FieldKind parseFixed(const char* p, size_t len, double& value) {
     return FieldKind::Number;
 }
 
+double fixedThreeDecimals(uint64_t thousandths, bool negative) {
+    // The same steps as parseFixed: whole digits accumulate exactly, the decimals through a
+    // scale that is multiplied by 0.1 per digit.
+    const double whole = double(thousandths / 1000);
+    const int decimals = int(thousandths % 1000);
+    const int digits[3] = {decimals / 100, decimals / 10 % 10, decimals % 10};
+    double fraction = 0, scale = 1;
+    for (const int d : digits) {
+        scale *= 0.1;
+        fraction += d * scale;
+    }
+    return negative ? -(whole + fraction) : whole + fraction;
+}
+
 } // namespace quality

@@ -148,6 +148,8 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         }
     }
 
+    if (epochObserver_) epochObserver_->satellite(first->system, first->satellite);
+
     // "%c%02d" without printf: it runs once per satellite line.
     char* p = line;
     *p++ = first->system;
@@ -169,8 +171,10 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         // Pseudorange.
         if (e->pseudorangeValid) {
             char lli = ' ';
-            rinex::formatFixed14(p, fold(e->pseudorange, lli));
+            const double pseudorange = fold(e->pseudorange, lli);
+            rinex::formatFixed14(p, pseudorange);
             p[14] = lli;
+            if (epochObserver_) epochObserver_->value(4 * column, pseudorange, lli == '1');
             p[15] = ' ';
         } else {
             std::memset(p, ' ', kFieldWidth);
@@ -197,6 +201,7 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
             rinex::formatFixed14(p, phase);
             p[14] = lli;
             p[15] = char('0' + signalStrengthDigit(e->cn0));
+            if (epochObserver_) epochObserver_->value(4 * column + 1, phase, lli == '1');
         } else {
             std::memset(p, ' ', kFieldWidth);
         }
@@ -211,6 +216,10 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         p[14] = ' ';
         p[15] = ' ';
         p += kFieldWidth;
+        if (epochObserver_) {
+            epochObserver_->value(4 * column + 2, double(e->doppler), 0);
+            epochObserver_->value(4 * column + 3, double(e->cn0), 0);
+        }
     }
 
     while (p > line && p[-1] == ' ')
@@ -251,6 +260,7 @@ qint64 Rinex3xx::writeEpoch() {
     if (written > 31 && epochLine[0] == '>' && (epochLine[31] == '0' || epochLine[31] == '1'))
         ++epochRecordLines_;
     epochBlockUsed_ += int(written);
+    if (epochObserver_) epochObserver_->epoch(t, satellites);
 
     size_t begin = 0;
     while (begin < entries.size()) {

@@ -103,6 +103,7 @@ qint64 Rinex3xx::writeEventLine(const char* format, ...) {
     va_start(args, format);
     const int n = formatLine(line, sizeof line, format, args);
     va_end(args);
+    if (epochObserver_ && n >= 2) epochObserver_->eventLine(line, n - 2);
     return writeLine(files_[FileObservation], line, n);
 }
 

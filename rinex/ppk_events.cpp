@@ -111,12 +111,14 @@ qint64 Rinex3xx::handleTextLine(const char* text, quint32 length) {
 
 qint64 Rinex3xx::writeStartOfMoving() {
     static const char kLine[] = ">                              2  0\r\n";
+    if (epochObserver_) epochObserver_->eventLine(kLine, int(sizeof kLine - 3));
     return writeLine(files_[FileObservation], kLine, qint64(sizeof kLine - 1));
 }
 
 qint64 Rinex3xx::writeNewSite(const QByteArray& name, const QByteArray& number, double antennaHeight,
                               double x, double y, double z) {
     static const char kLine[] = ">                              3  4\r\n";
+    if (epochObserver_) epochObserver_->eventLine(kLine, int(sizeof kLine - 3));
     qint64 written = writeLine(files_[FileObservation], kLine, qint64(sizeof kLine - 1));
     // The sentence's texts and numbers are cut to, or checked against, the record's fields so
     // that no record line runs past its 80 columns.

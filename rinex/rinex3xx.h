@@ -14,6 +14,7 @@
 
 #include "decoding/iono_utc.h"
 #include "decoding/position_time.h"
+#include "rinex/epoch_observer.h"
 #include "rinex/long_file_name.h"
 #include "rinex/navigation_writer.h"
 #include "rinex/number_format.h"
@@ -108,6 +109,9 @@ public:
     // Long file names: open() then takes a folder (or a path in it), writes under temporary
     // names there and renames the files at close.
     bool setLongNames(const rinex::LongNameFields& fields);
+    // Told every observation record as it is written (not owned; nullptr: none). Unlike the
+    // setters it may be set while the files are open.
+    void setEpochObserver(rinex::EpochObserver* observer) { epochObserver_ = observer; }
 
     // Opens base+"O", "C", "L", "N", "G" (base = path without its last character); with merged
     // navigation base+"O" and base+"P".
@@ -266,4 +270,5 @@ private:
     qint64 navigationFirst_ = 0, navigationLast_ = 0;
     QByteArray observedSystems_;
     bool created_[FileCount] = {};
+    rinex::EpochObserver* epochObserver_ = nullptr;
 };
