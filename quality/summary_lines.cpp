@@ -21,9 +21,11 @@ std::vector<std::string> summaryLines(const Report& r) {
     std::vector<std::string> lines;
     if (r.epochs > 0) {
         lines.push_back("Span " + isoTime(r.first) + " to " + isoTime(r.last) + " (" + format("%.0f", r.last - r.first) +
-                        " s), " + std::to_string(r.epochs) + (r.epochs == 1 ? " epoch" : " epochs") + " at " +
-                        format("%g", r.interval) + " s, " + std::to_string(r.gapCount) +
-                        (r.gapCount == 1 ? " gap" : " gaps"));
+                        " s)");
+        // One epoch has no interval.
+        lines.push_back("Epochs " + std::to_string(r.epochs) +
+                        (r.interval > 0 ? " at " + format("%g", r.interval) + " s" : std::string()) + ", " +
+                        std::to_string(r.gapCount) + (r.gapCount == 1 ? " gap" : " gaps"));
     } else {
         lines.push_back("Span: no observation epochs");
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
-// A few lines of a report for a conversion's log: span, satellites per system, position and
-// the header position's offset, occupations.
+// A few lines of a report for a conversion's log: span and epochs, satellites per system,
+// position and the header position's offset, occupations.
 #include <string>
 #include <vector>
 

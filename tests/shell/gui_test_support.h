@@ -18,10 +18,10 @@
 namespace guitest {
 
 // The end of a successful conversion's log: the "Convert Complete, Cost=... ms" line, then
-// the quality summary (span, satellites per system, position, occupations) and the line
+// the quality summary (span, epochs, satellites per system, position, occupations) and the line
 // with the report's path.
 inline bool endsWithCompleteAndSummary(const QStringList& lines) {
-    const QStringList starts = {"Span ", "Satellites ", "Position ", "Occupations ", "Quality report "};
+    const QStringList starts = {"Span ", "Epochs ", "Satellites ", "Position ", "Occupations ", "Quality report "};
     const int at = lines.size() - starts.size() - 1;
     if (at < 0 || !QRegularExpression("^Convert Complete, Cost=\\d+ ms$").match(lines[at]).hasMatch()) return false;
     for (int i = 0; i < starts.size(); ++i)

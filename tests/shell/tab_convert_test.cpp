@@ -190,7 +190,7 @@ TEST_F(TabConvert, RealConversionLogsAndWritesFiveFiles) {
     EXPECT_EQ(lines.last(), "Quality report " + output + ".qc.html");
     EXPECT_TRUE(QFile::exists(output + ".qc.html"));
     int lastPercent = -1;
-    for (int i = 2; i < lines.size() - 6; ++i) {
+    for (int i = 2; i < lines.size() - 7; ++i) {
         const QRegularExpressionMatch match = QRegularExpression("^Progress (\\d+)%$").match(lines[i]);
         ASSERT_TRUE(match.hasMatch()) << lines[i].toStdString();
         EXPECT_GT(match.captured(1).toInt(), lastPercent);

@@ -87,19 +87,20 @@ TEST_F(TabQuality, SampleConversionShowsTheSummaryAfterTheCompleteLine) {
     ASSERT_TRUE(convert(tab, output));
     const QStringList lines = logLines(tab);
     const QStringList summary = linesAfterComplete(tab);
-    ASSERT_EQ(summary.size(), 5) << lines.join('\n').toStdString();
+    ASSERT_EQ(summary.size(), 6) << lines.join('\n').toStdString();
     // The specified lines stay as they were, in front of the summary.
     EXPECT_EQ(lines.first(), "Start Convert");
     EXPECT_EQ(lines[1], "save to " + output);
-    EXPECT_TRUE(Complete.match(lines[lines.size() - 6]).hasMatch());
-    EXPECT_EQ(lines[lines.size() - 7], "Progress 100%");
+    EXPECT_TRUE(Complete.match(lines[lines.size() - 7]).hasMatch());
+    EXPECT_EQ(lines[lines.size() - 8], "Progress 100%");
     // The sample: half an hour at 30 s of five systems, one PPK occupation; its navigation
     // records are of another day, so no position.
-    EXPECT_EQ(summary[0], "Span 2018-07-19T00:00:00Z to 2018-07-19T00:29:30Z (1770 s), 60 epochs at 30 s, 0 gaps");
-    EXPECT_EQ(summary[1], "Satellites C 6, E 9, G 9, R 10, S 5");
-    EXPECT_EQ(summary[2], "Position not computed");
-    EXPECT_EQ(summary[3], "Occupations 1: PT01 150 s");
-    EXPECT_EQ(summary[4], "Quality report " + output + ".qc.html");
+    EXPECT_EQ(summary[0], "Span 2018-07-19T00:00:00Z to 2018-07-19T00:29:30Z (1770 s)");
+    EXPECT_EQ(summary[1], "Epochs 60 at 30 s, 0 gaps");
+    EXPECT_EQ(summary[2], "Satellites C 6, E 9, G 9, R 10, S 5");
+    EXPECT_EQ(summary[3], "Position not computed");
+    EXPECT_EQ(summary[4], "Occupations 1: PT01 150 s");
+    EXPECT_EQ(summary[5], "Quality report " + output + ".qc.html");
 }
 
 TEST_F(TabQuality, TheReportIsWrittenBesideTheObservationFile) {
