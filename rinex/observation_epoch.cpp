@@ -124,6 +124,13 @@ double Rinex3xx::glonassBias(const char* code) const {
 
 int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
                                   const EpochWorkArea::Entry* last) {
+    return epochObserver_ ? formatSatelliteLineFor<true>(line, first, last)
+                          : formatSatelliteLineFor<false>(line, first, last);
+}
+
+template <bool Observed>
+int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* first,
+                                     const EpochWorkArea::Entry* last) {
     // Look the system up once per satellite; a new system starts an empty column list.
     QList<SignalColumn>& columns = signalMap_[first->system];
 
@@ -148,7 +155,8 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         }
     }
 
-    if (epochObserver_) epochObserver_->satellite(first->system, first->satellite);
+    rinex::EpochObserver* const observer = epochObserver_;
+    if constexpr (Observed) observer->satellite(first->system, first->satellite);
 
     // "%c%02d" without printf: it runs once per satellite line.
     char* p = line;
@@ -174,7 +182,7 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
             const double pseudorange = fold(e->pseudorange, lli);
             rinex::formatFixed14(p, pseudorange);
             p[14] = lli;
-            if (epochObserver_) epochObserver_->value(4 * column, pseudorange, lli == '1');
+            if constexpr (Observed) observer->value(4 * column, pseudorange, lli == '1');
             p[15] = ' ';
         } else {
             std::memset(p, ' ', kFieldWidth);
@@ -201,7 +209,7 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
             rinex::formatFixed14(p, phase);
             p[14] = lli;
             p[15] = char('0' + signalStrengthDigit(e->cn0));
-            if (epochObserver_) epochObserver_->value(4 * column + 1, phase, lli == '1');
+            if constexpr (Observed) observer->value(4 * column + 1, phase, lli == '1');
         } else {
             std::memset(p, ' ', kFieldWidth);
         }
@@ -216,9 +224,9 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         p[14] = ' ';
         p[15] = ' ';
         p += kFieldWidth;
-        if (epochObserver_) {
-            epochObserver_->value(4 * column + 2, double(e->doppler), 0);
-            epochObserver_->value(4 * column + 3, double(e->cn0), 0);
+        if constexpr (Observed) {
+            observer->value(4 * column + 2, double(e->doppler), 0);
+            observer->value(4 * column + 3, double(e->cn0), 0);
         }
     }
 

@@ -154,6 +154,10 @@ private:
     qint64 handleNavigationLog(const uint8_t* frame, const decoding::LogHeader& header);
     qint64 writeEpoch();
     int formatSatelliteLine(char* line, const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
+    // With Observed the epoch observer is told every value; without, the line costs no more
+    // than it did before there was one.
+    template <bool Observed>
+    int formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
     double glonassBias(const char* code) const;
     bool writeObservationHeader();
     qint64 writeHeaderLine(const char* format, ...)
