@@ -154,16 +154,25 @@ void TabBinaryToRinex3::on_pbConvert_clicked() {
     qualityReportPath_.clear();
 
     auto* worker = new ThreadBinaryToRinex();
-    // The quality check runs on the worker's thread; its summary arrives just before the
-    // worker's finished signal and is shown after the line that one makes.
+    // The quality check runs on the worker's thread. Its summary is taken there as the worker
+    // finishes (connected first, so it reaches this tab before the queued finished signal)
+    // and shown after the line that signal makes.
     worker->setQualityCheck(true, true);
     connect(
-        worker, &ThreadBinaryToRinex::qualityChecked, this,
-        [this](QStringList summary, QString reportPath) {
-            qualitySummary_ = summary;
-            qualityReportPath_ = reportPath;
+        worker, &ThreadBinaryToRinex::finished, this,
+        [this, worker](bool ok, QString) {
+            if (!ok) return;
+            const QStringList summary = worker->qualitySummary();
+            const QString reportPath = worker->qualityReportPath();
+            QMetaObject::invokeMethod(
+                this,
+                [this, summary, reportPath] {
+                    qualitySummary_ = summary;
+                    qualityReportPath_ = reportPath;
+                },
+                Qt::QueuedConnection);
         },
-        Qt::QueuedConnection);
+        Qt::DirectConnection);
     connect(this, &TabBinaryToRinex3::deleteThreadObject, worker, &QObject::deleteLater,
             Qt::QueuedConnection);
     connect(this, &TabBinaryToRinex3::startConvert, worker, &ThreadBinaryToRinex::startConvert,

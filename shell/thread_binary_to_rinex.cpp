@@ -76,6 +76,8 @@ void ThreadBinaryToRinex::startConvert() {
         applyOptions();
         qualityReport_.reset();
         qualityError_.clear();
+        qualitySummary_.clear();
+        qualityReportPath_.clear();
         if (qualityEnabled_) {
             quality_.reset(new ConversionQuality());
             // The check reads RINEX 3 only: for other versions nothing is kept, and the
@@ -196,21 +198,19 @@ void ThreadBinaryToRinex::qualityStep() {
 
 void ThreadBinaryToRinex::endConversion(const QString& costText) {
     if (qualityEnabled_) {
-        QStringList summary;
-        QString reportPath;
         if (quality_) {
             qualityReport_ = quality_->report();
-            summary = quality_->summaryLines();
+            qualitySummary_ = quality_->summaryLines();
             if (qualityHtmlBeside_) {
                 QString why;
-                reportPath = quality_->writeHtmlBeside(&why);
-                if (reportPath.isEmpty()) summary << QStringLiteral("quality report not written: %1").arg(why);
+                qualityReportPath_ = quality_->writeHtmlBeside(&why);
+                if (qualityReportPath_.isEmpty())
+                    qualitySummary_ << QStringLiteral("quality report not written: %1").arg(why);
             }
             quality_.reset();
         } else {
-            summary << QStringLiteral("quality check: %1").arg(qualityError_);
+            qualitySummary_ << QStringLiteral("quality check: %1").arg(qualityError_);
         }
-        emit qualityChecked(summary, reportPath);
     }
     emit finished(true, costText);
 }

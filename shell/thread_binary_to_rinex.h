@@ -40,14 +40,15 @@ public:
     // connections): the report, or null with the reason why there is none.
     std::shared_ptr<const quality::Report> qualityReport() const { return qualityReport_; }
     QString qualityError() const { return qualityError_; }
+    // Likewise: a few summary lines of the report (or one line with the reason why there is
+    // none), and the path of the HTML report written beside the output (empty: none).
+    QStringList qualitySummary() const { return qualitySummary_; }
+    QString qualityReportPath() const { return qualityReportPath_; }
 
 signals:
     void progress(int prg);
     void message(QString msg);
     void finished(bool ok, QString msg);
-    // Just before finished(true, ...) of a checked conversion: a few summary lines (or the
-    // reason why there is no report) and the path of the HTML report (empty: none written).
-    void qualityChecked(QStringList summary, QString reportPath);
 
 public slots:
     void startConvert();
@@ -82,4 +83,6 @@ private:
     QString costText_;
     std::shared_ptr<const quality::Report> qualityReport_;
     QString qualityError_;
+    QStringList qualitySummary_;
+    QString qualityReportPath_;
 };

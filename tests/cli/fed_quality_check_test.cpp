@@ -37,7 +37,6 @@ struct Conversion {
     QStringList files; // the "wrote" messages, or the five short names
     QStringList summary;
     QString reportPath;
-    int qualitySignals = 0;
 };
 
 // One conversion on this thread's event loop, with the check on.
@@ -55,17 +54,14 @@ Conversion convert(const QString& input, const QString& output, QMap<QString, QS
     QObject::connect(worker, &ThreadBinaryToRinex::message, [&](QString msg) {
         if (msg.startsWith("wrote ")) run.files << msg.mid(6);
     });
-    QObject::connect(worker, &ThreadBinaryToRinex::qualityChecked, [&](QStringList summary, QString path) {
-        run.summary = summary;
-        run.reportPath = path;
-        ++run.qualitySignals;
-    });
     QObject::connect(worker, &ThreadBinaryToRinex::finished, [&](bool ok, QString text) {
         run.finished = true;
         run.ok = ok;
         run.text = text;
         run.report = worker->qualityReport();
         run.error = worker->qualityError();
+        run.summary = worker->qualitySummary();
+        run.reportPath = worker->qualityReportPath();
     });
     worker->startConvert();
     QElapsedTimer clock;
@@ -166,7 +162,6 @@ TEST(FedQualityCheck, VersionTheCheckCannotReadSaysSo) {
     ASSERT_TRUE(run.ok) << run.text.toStdString();
     EXPECT_FALSE(run.report);
     EXPECT_NE(run.error.indexOf("not a RINEX 3 observation file"), -1) << run.error.toStdString();
-    ASSERT_EQ(run.qualitySignals, 1);
     ASSERT_EQ(run.summary.size(), 1);
     EXPECT_TRUE(run.summary.first().startsWith("quality check: ")) << run.summary.first().toStdString();
     EXPECT_TRUE(run.reportPath.isEmpty());
@@ -225,12 +220,13 @@ TEST(FedQualityCheck, WithoutTheCheckNothingIsReported) {
     options["Path Output"] = dir.filePath("plain.20O");
     ThreadBinaryToRinex worker;
     worker.setParameters(options);
-    bool finished = false, quality = false;
-    QObject::connect(&worker, &ThreadBinaryToRinex::qualityChecked, [&] { quality = true; });
+    bool finished = false;
     QObject::connect(&worker, &ThreadBinaryToRinex::finished, [&](bool ok, QString) {
         EXPECT_TRUE(ok);
         finished = true;
         EXPECT_FALSE(worker.qualityReport());
+        EXPECT_TRUE(worker.qualitySummary().isEmpty());
+        EXPECT_TRUE(worker.qualityReportPath().isEmpty());
     });
     worker.startConvert();
     QElapsedTimer clock;
@@ -238,7 +234,6 @@ TEST(FedQualityCheck, WithoutTheCheckNothingIsReported) {
     while (!finished && clock.elapsed() < 60000)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
     EXPECT_TRUE(finished);
-    EXPECT_FALSE(quality);
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).filter(".html").size(), 0);
 }
 
