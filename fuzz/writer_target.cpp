@@ -228,8 +228,20 @@ std::string run(const uint8_t* data, size_t size, const char* version, bool merg
         const bool fedOk = feed.prepare(paths, fedError);
         const bool readOk = quality::checkConversionFiles(paths, qualityOptions, read, readError);
         if (fedOk != readOk || fedError != readError) fail(files.value(0), "fed check: " + fedError + " / " + readError);
-        if (fedOk && quality::textReport(feed.finish()) != quality::textReport(read))
-            fail(files.value(0), "the fed check's report differs from the written files' report");
+        if (fedOk) {
+            const std::string fed = quality::textReport(feed.finish()), written = quality::textReport(read);
+            if (fed != written) {
+                // The first line that differs, of each.
+                size_t at = 0;
+                while (at < fed.size() && at < written.size() && fed[at] == written[at])
+                    ++at;
+                const size_t line = fed.rfind('\n', at == 0 ? 0 : at - 1);
+                const size_t from = line == std::string::npos ? 0 : line + 1;
+                fail(files.value(0), "the fed check's report differs from the written files' report: '" +
+                                         fed.substr(from, fed.find('\n', from) - from) + "' against '" +
+                                         written.substr(from, written.find('\n', from) - from) + "'");
+            }
+        }
     }
 
     // The headers are written over their reservations, so the files hold exactly the bytes

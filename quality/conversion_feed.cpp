@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "quality/conversion_feed.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 
@@ -81,14 +83,24 @@ void ConversionFeed::value(int field, double value, int lossOfLock) {
 
 void ConversionFeed::eventLine(const char* text, int length) {
     if (length < 0) length = 0;
-    if (length > 0xFFFF) length = 0xFFFF;
-    put(kTagEvent << kTagShift | uint64_t(length));
-    for (int at = 0; at < length; at += 8) {
-        uint64_t word = 0;
-        std::memcpy(&word, text + at, size_t(std::min(8, length - at)));
-        put(word);
+    // A line break written inside a field (from a marker sentence's text) makes two lines
+    // for a reader: kept as two, the way it reads them (a "\r" before the break dropped).
+    const char* const end = text + length;
+    for (const char* from = text;;) {
+        const char* newline = static_cast<const char*>(std::memchr(from, '\n', size_t(end - from)));
+        const char* stop = newline ? newline : end;
+        int pieceLength = int(std::min<ptrdiff_t>(stop - from, 0xFFFF));
+        if (newline && pieceLength > 0 && from[pieceLength - 1] == '\r') --pieceLength;
+        put(kTagEvent << kTagShift | uint64_t(pieceLength));
+        for (int at = 0; at < pieceLength; at += 8) {
+            uint64_t word = 0;
+            std::memcpy(&word, from + at, size_t(std::min(8, pieceLength - at)));
+            put(word);
+        }
+        if (pieceLength > 0 && from[0] == '>') ++records_;
+        if (!newline) break;
+        from = newline + 1;
     }
-    if (length > 0 && text[0] == '>') ++records_;
 }
 
 bool ConversionFeed::prepare(const std::vector<std::string>& files, std::string& error) {
@@ -166,11 +178,19 @@ bool ConversionFeed::replay(size_t maxEpochs) {
     // skipped and reported here too.
     while (fed < maxEpochs || eventLinesLeft_ > 0) {
         if (!nextWord(word)) {
+            if (eventLinesLeft_ > 0) {
+                problem("the file ends inside an epoch");
+                eventLinesLeft_ = 0;
+            }
             emitPending();
             return true;
         }
         switch (tagOf(word)) {
         case kTagEpoch: {
+            if (eventLinesLeft_ > 0) {
+                problem("epoch with fewer lines than announced, skipped");
+                eventLinesLeft_ = 0;
+            }
             emitPending();
             ++fed;
             ++lineNumber_;
@@ -238,8 +258,19 @@ bool ConversionFeed::replay(size_t maxEpochs) {
             }
             ++lineNumber_;
             if (eventLinesLeft_ > 0) {
-                --eventLinesLeft_;
-                if (epoch_.eventLines.size() < 64) epoch_.eventLines.push_back(eventText_);
+                if (eventText_.empty() || eventText_[0] != '>') {
+                    --eventLinesLeft_;
+                    if (epoch_.eventLines.size() < 64) epoch_.eventLines.push_back(eventText_);
+                    break;
+                }
+                problem("epoch with fewer lines than announced, skipped");
+                eventLinesLeft_ = 0;
+            }
+            // Between records a reader skips blank lines and reports any other that is not
+            // an epoch line.
+            if (eventText_.find_first_not_of(' ') == std::string::npos) break;
+            if (eventText_[0] != '>') {
+                problem("epoch line expected");
                 break;
             }
             // An event record's epoch line: its time is left blank, so it belongs to the
