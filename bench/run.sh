@@ -10,12 +10,13 @@
 # blocks, into the same output directory. Prints best and median of each.
 #
 #   bench/run.sh [--sizes 100,400] [--logs range,rangecmp,rangecmp2] [--rates 1,20]
-#                [--runs 5] [--quick] [--no-nav-heavy] [--jobs-check] [--build-dir DIR]
+#                [--runs 5] [--quick] [--no-nav-heavy] [--jobs-check] [--qc] [--build-dir DIR]
 #                [--work-dir DIR] [--no-build] [--convert PATH] [--results FILE] [--keep]
 #
 # --quick: sizes 10,40 MB. Sizes are in MB (10^6 bytes); so are all rates printed.
 # --no-nav-heavy: leave out the RANGECMP 1 Hz stream with new navigation records every 30 s.
 # --jobs-check: also time -j 1 and -j 2 on two copies of the first size's RANGECMP 1 Hz stream.
+# --qc: also time each conversion with --qc (interleaved runs) and print what the check adds.
 # --convert: time this velmoor-convert instead of the one built here (e.g. an older build).
 # The work directory defaults to /dev/shm (memory only: no disk write-back in the timings).
 set -euo pipefail
@@ -30,6 +31,7 @@ work_parent="${TMPDIR:-/tmp}"
 [ -d /dev/shm ] && [ -w /dev/shm ] && work_parent=/dev/shm
 nav_heavy=1
 jobs_check=0
+qc_check=0
 work_dir=""
 build=1
 results=""
@@ -47,6 +49,7 @@ while [ $# -gt 0 ]; do
     --quick) sizes="10,40"; shift ;;
     --no-nav-heavy) nav_heavy=0; shift ;;
     --jobs-check) jobs_check=1; shift ;;
+    --qc) qc_check=1; shift ;;
     --build-dir) build_dir="$2"; shift 2 ;;
     --work-dir) work_dir="$2"; shift 2 ;;
     --no-build) build=0; shift ;;
@@ -93,11 +96,11 @@ best() { sort -g | head -n 1; }
 now() { date +%s.%N; }
 
 # Prints "wall-seconds cpu-seconds peak-rss-kB" of a command (CPU = user + system, of the
-# command and its children).
+# command and its children). The command's own standard output (the --qc summary) is dropped.
 timed() {
     local t0 t1
     t0="$(now)"
-    /usr/bin/time -f '%U %S %M' -o "$work_dir/time" "$@"
+    /usr/bin/time -f '%U %S %M' -o "$work_dir/time" "$@" >/dev/null
     t1="$(now)"
     awk -v a="$t0" -v b="$t1" '{ printf "%.4f %.2f %d\n", b - a, $1 + $2, $3 }' "$work_dir/time"
 }
@@ -107,6 +110,7 @@ table_rule="|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---
 rows=()
 streams=()
 jobs_rows=()
+qc_rows=()
 
 load_start="$(cut -d' ' -f1-3 /proc/loadavg)"
 echo "== machine: $(nproc) CPUs, $(awk '/MemTotal/ { printf "%.1f GiB", $2 / 1048576 }' /proc/meminfo), work dir $work_dir" >&2
@@ -142,6 +146,9 @@ for size in "${size_list[@]}"; do
         limit_times=()
         limit_cpu=()
         rss_values=()
+        qc_times=()
+        qc_cpu=()
+        qc_rss=()
         out_bytes=0
         nav_lines=0
         for ((run = 1; run <= runs; run++)); do
@@ -165,6 +172,15 @@ for size in "${size_list[@]}"; do
             limit_cpu+=("$limit_c")
             rm -rf "$out_dir"
             echo "   run $run: convert $wall s (CPU $cpu s, RSS $rss kB), strict limit $limit s (CPU $limit_c s)" >&2
+            if [ "$qc_check" -eq 1 ]; then
+                mkdir "$out_dir"
+                read -r qwall qcpu qrss < <(timed "$convert" -q --qc -o "$out_dir/bench.24O" "$input")
+                qc_times+=("$qwall")
+                qc_cpu+=("$qcpu")
+                qc_rss+=("$qrss")
+                rm -rf "$out_dir"
+                echo "   run $run: convert --qc $qwall s (CPU $qcpu s, RSS $qrss kB)" >&2
+            fi
         done
 
         if [ "$jobs_check" -eq 1 ] && [ ${#jobs_rows[@]} -eq 0 ] && [ "$name" = rangecmp ] && [ "$rate" = 1 ]; then
@@ -193,6 +209,22 @@ for size in "${size_list[@]}"; do
         fi
         rm -f "$input"
 
+        if [ "$qc_check" -eq 1 ]; then
+            qb="$(printf '%s\n' "${qc_times[@]}" | best)"
+            qm="$(printf '%s\n' "${qc_times[@]}" | median)"
+            qc="$(printf '%s\n' "${qc_cpu[@]}" | median)"
+            qr="$(printf '%s\n' "${qc_rss[@]}" | median)"
+            cb0="$(printf '%s\n' "${conv_times[@]}" | best)"
+            cm0="$(printf '%s\n' "${conv_times[@]}" | median)"
+            cc0="$(printf '%s\n' "${conv_cpu[@]}" | median)"
+            cr0="$(printf '%s\n' "${rss_values[@]}" | median)"
+            qc_rows+=("$(awk -v lg="$name" -v rate="$rate" -v ib="$in_bytes" -v cb="$cb0" -v cm="$cm0" -v cc="$cc0" \
+                -v cr="$cr0" -v qb="$qb" -v qm="$qm" -v qc="$qc" -v qr="$qr" 'BEGIN {
+                printf "| %s | %d Hz | %.1f | %.3f | %.3f | %.2f | %.3f | %.3f | %.2f | %+.0f %% | %+.0f %% | %+.0f %% | %.1f | %.1f |",
+                    lg, rate, ib / 1e6, cb, cm, cc, qb, qm, qc, 100 * (qb / cb - 1), 100 * (qm / cm - 1),
+                    100 * (qc / cc - 1), cr / 1024, qr / 1024 }')")
+        fi
+
         cb="$(printf '%s\n' "${conv_times[@]}" | best)"
         cm="$(printf '%s\n' "${conv_times[@]}" | median)"
         ccpu="$(printf '%s\n' "${conv_cpu[@]}" | median)"
@@ -218,6 +250,14 @@ done
     echo "$table_header"
     echo "$table_rule"
     printf '%s\n' "${rows[@]}"
+    if [ ${#qc_rows[@]} -gt 0 ]; then
+        echo
+        echo "With --qc (same runs, interleaved): what the quality check adds to the conversion."
+        echo
+        echo "| stream | rate | input MB | convert best s | convert median s | convert CPU s | --qc best s | --qc median s | --qc CPU s | added best | added median | added CPU | RSS MB | --qc RSS MB |"
+        echo "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
+        printf '%s\n' "${qc_rows[@]}"
+    fi
     if [ ${#jobs_rows[@]} -gt 0 ]; then
         echo
         echo "| inputs | -j 1 best s | -j 1 median s | -j 2 best s | -j 2 median s | speed-up best | speed-up median |"

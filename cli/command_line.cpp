@@ -193,10 +193,10 @@ CommandLine parseCommandLine(const QStringList& arguments) {
 
     const QCommandLineOption qcSummary(
         "qc",
-        "After each input's conversion, check the files written (read once each) and print the "
-        "quality summary on stdout: span, gaps, satellites per system, completeness, cycle slips, "
-        "position and header offset, occupations. One epoch in 30 s is positioned. Not with "
-        "--compress crx or crx.gz (gz is fine). Example: --qc-html site.html.");
+        "Check the quality of each input's observation records as they are written and print the "
+        "summary on stdout after its conversion: span, gaps, satellites per system, completeness, "
+        "cycle slips, position and header offset, occupations. One epoch in 30 s is positioned. "
+        "RINEX 3 outputs only. Example: --qc-html site.html.");
     const QCommandLineOption qcJson("qc-json", "As --qc, and write the report as JSON to FILE (one input only). Default: none.",
                                     "FILE");
     const QCommandLineOption qcHtml(
@@ -392,8 +392,6 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         return usageError("--qc-json and --qc-html need a non-empty file name");
     if ((parser.isSet(qcJson) || parser.isSet(qcHtml)) && result.inputs.size() > 1)
         return usageError("--qc-json and --qc-html are allowed only with a single input file");
-    if (quality.enabled && set.value(Compression).startsWith("crx"))
-        return usageError("--qc cannot check Compact RINEX: use --compress gz or none");
     if (quality.enabled && set.value("Version") == "2.11")
         return usageError("--qc checks RINEX 3 and 4 files: not with --rinex 2.11");
     if (quality.enabled && result.action == CommandLine::Info)

@@ -81,6 +81,8 @@ void ConversionJob::start() {
             if (!ok) return;
             observationDataStart_ = worker->observationDataStart();
             epochRecordLines_ = worker->epochRecordLines();
+            qualityReport_ = worker->qualityReport();
+            qualityError_ = worker->qualityError();
         },
         Qt::DirectConnection);
     connect(worker, &ThreadBinaryToRinex::finished, this, &ConversionJob::on_thread_finished,
@@ -88,6 +90,7 @@ void ConversionJob::start() {
     connect(worker, &ThreadBinaryToRinex::message, this, &ConversionJob::on_thread_message,
             Qt::QueuedConnection);
     worker->setParameters(options_);
+    worker->setQualityCheck(qualityCheck_);
     worker->moveToThread(&thread_);
     thread_.start();
     emit startConvert();
@@ -160,6 +163,7 @@ void JobRunner::startNext() {
     });
     connect(conversion, &ConversionJob::done, this,
             [this, conversion](QString, bool ok, QString msg) { jobDone(conversion, ok, msg); });
+    conversion->setQualityCheck(quality_.enabled);
     running_ << conversion;
     clocks_[job.input].start();
     outputPaths_[job.input] = job.options.value("Path Output");
@@ -201,10 +205,13 @@ void JobRunner::jobDone(ConversionJob* job, bool ok, const QString& msg) {
             outputs = outputFileNames(outputPaths_.value(input), mergedNavigation_.value(input));
             output_.succeeded(input, job->observationEpochs(outputs.first()), outputs, seconds);
         }
-        QString error;
-        if (quality_.enabled && !checkConvertedFiles(input, outputs, quality_, jobCount_ > 1, &error)) {
-            ++failures_;
-            output_.failed(input, QString("quality check: %1").arg(error));
+        if (quality_.enabled) {
+            QString error = job->qualityError();
+            const std::shared_ptr<const quality::Report> report = job->qualityReport();
+            if (!report || !writeQualityReport(input, *report, quality_, jobCount_ > 1, &error)) {
+                ++failures_;
+                output_.failed(input, QString("quality check: %1").arg(error));
+            }
         }
     } else {
         ++failures_;

@@ -31,6 +31,8 @@ public:
     ConversionJob(const QString& input, const ConvertOptions& options, QObject* parent = nullptr);
     ~ConversionJob() override;
 
+    // Check the quality of the files as they are written (before start).
+    void setQualityCheck(bool enabled) { qualityCheck_ = enabled; }
     void start();
     // Ends a running conversion without waiting for it: its worker is destroyed, which
     // closes the writer, so the files keep complete headers. No done signal follows.
@@ -39,6 +41,9 @@ public:
     // Epoch records in the observation file of a successful conversion: those of its header
     // read back, with the records' count taken from the writer.
     qint64 observationEpochs(const QString& observationPath) const;
+    // After a successful checked conversion: its report, or null with the reason.
+    std::shared_ptr<const quality::Report> qualityReport() const { return qualityReport_; }
+    QString qualityError() const { return qualityError_; }
 
 signals:
     void startConvert();
@@ -60,6 +65,10 @@ private:
     // Set on the worker's thread as it finishes, read after its queued finished signal.
     std::atomic<qint64> observationDataStart_{-1};
     std::atomic<qint64> epochRecordLines_{-1};
+    bool qualityCheck_ = false;
+    // Like the counts, set on the worker's thread before its queued finished signal is sent.
+    std::shared_ptr<const quality::Report> qualityReport_;
+    QString qualityError_;
     QThread thread_;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The report's headers come before any Qt header: Qt's keyword macros would rename their fields.
 #include "json_report.h"
-#include "quality/check_files.h"
+#include "quality/report.h"
 #include "quality/html_report.h"
 #include "quality/text_report.h"
 
@@ -27,19 +27,8 @@ bool writeText(const QString& path, const std::string& text, QString* error) {
 
 } // namespace
 
-bool checkConvertedFiles(const QString& input, const QStringList& files, const QualityRequest& request,
-                         bool nameInput, QString* error) {
-    std::vector<std::string> paths;
-    for (const QString& file : files)
-        paths.push_back(file.toLocal8Bit().constData());
-    quality::Options options;
-    options.positionInterval = quality::kConversionPositionInterval;
-    quality::Report report;
-    std::string why;
-    if (!quality::checkConversionFiles(paths, options, report, why)) {
-        *error = QString::fromLocal8Bit(why.c_str());
-        return false;
-    }
+bool writeQualityReport(const QString& input, const quality::Report& report, const QualityRequest& request,
+                        bool nameInput, QString* error) {
     if (nameInput) std::printf("[%s]\n", input.toLocal8Bit().constData());
     std::fputs(quality::textReport(report).c_str(), stdout);
     std::fflush(stdout);

@@ -4,6 +4,11 @@
 // and HTML reports where asked.
 #include <QString>
 #include <QStringList>
+#include <memory>
+
+namespace quality {
+struct Report;
+}
 
 namespace cli {
 
@@ -13,9 +18,10 @@ struct QualityRequest {
     QString html; // empty: none
 };
 
-// The observation file among a conversion's files (plain or .gz), the rest as navigation.
-// False with a message when the files cannot be checked.
-bool checkConvertedFiles(const QString& input, const QStringList& files, const QualityRequest& request,
-                         bool nameInput, QString* error);
+// The report of a checked conversion (made by the conversion worker as it wrote the files):
+// the text summary on stdout, the JSON and HTML files where asked. False with a message when
+// a file cannot be written.
+bool writeQualityReport(const QString& input, const quality::Report& report, const QualityRequest& request,
+                        bool nameInput, QString* error);
 
 } // namespace cli

@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The writer on frames with valid CRCs and hostile bodies, and on text lines.
+// The quality headers come before any Qt header: Qt's keyword macros would rename their fields.
+#include "quality/check_files.h"
+#include "quality/conversion_feed.h"
+#include "quality/text_report.h"
+
 #include "targets.h"
 
 #include <QByteArray>
@@ -176,6 +181,12 @@ std::string run(const uint8_t* data, size_t size, const char* version, bool merg
 
     qint64 reported = writer->open(scratch().filePath("fuzz.00_"));
     if (reported <= 0) fail(scratch().filePath("fuzz.00_"), "open failed");
+    // The quality check fed as the records are written must report what the check of the
+    // written files reports.
+    quality::Options qualityOptions;
+    qualityOptions.positionInterval = quality::kConversionPositionInterval;
+    quality::ConversionFeed feed(qualityOptions);
+    writer->setEpochObserver(&feed);
 
     Epoch last;
     while (!in.empty()) {
@@ -209,6 +220,31 @@ std::string run(const uint8_t* data, size_t size, const char* version, bool merg
     writer->close();
     if (!writer->writeError().isEmpty()) fail(writer->writeError(), "write error");
     writer.reset();
+
+    {
+        std::vector<std::string> paths;
+        for (const QString& file : files)
+            paths.push_back(QFile::encodeName(file).toStdString());
+        std::string fedError, readError;
+        quality::Report read;
+        const bool fedOk = feed.prepare(paths, fedError);
+        const bool readOk = quality::checkConversionFiles(paths, qualityOptions, read, readError);
+        if (fedOk != readOk || fedError != readError) fail(files.value(0), "fed check: " + fedError + " / " + readError);
+        if (fedOk) {
+            const std::string fed = quality::textReport(feed.finish()), written = quality::textReport(read);
+            if (fed != written) {
+                // The first line that differs, of each.
+                size_t at = 0;
+                while (at < fed.size() && at < written.size() && fed[at] == written[at])
+                    ++at;
+                const size_t line = fed.rfind('\n', at == 0 ? 0 : at - 1);
+                const size_t from = line == std::string::npos ? 0 : line + 1;
+                fail(files.value(0), "the fed check's report differs from the written files' report: '" +
+                                         fed.substr(from, fed.find('\n', from) - from) + "' against '" +
+                                         written.substr(from, written.find('\n', from) - from) + "'");
+            }
+        }
+    }
 
     // The headers are written over their reservations, so the files hold exactly the bytes
     // that open and the handlers reported, less the system texts that open wrote over the

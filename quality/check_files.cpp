@@ -7,12 +7,9 @@
 
 namespace quality {
 
-bool checkFiles(const std::string& observationPath, const std::vector<std::string>& navigationPaths,
-                const Options& options, Report& report, std::string& error) {
-    QualityCheck check(options);
-    Navigation navigation;
-    std::vector<std::string> notes;
-    for (const std::string& path : navigationPaths) {
+void readNavigationFiles(const std::vector<std::string>& paths, Navigation& navigation,
+                         std::vector<std::string>& notes) {
+    for (const std::string& path : paths) {
         std::string why;
         std::unique_ptr<std::istream> in = openInput(path, why);
         if (!in) {
@@ -23,6 +20,14 @@ bool checkFiles(const std::string& observationPath, const std::vector<std::strin
     }
     for (const std::string& p : navigation.problems())
         notes.push_back(p);
+}
+
+bool checkFiles(const std::string& observationPath, const std::vector<std::string>& navigationPaths,
+                const Options& options, Report& report, std::string& error) {
+    QualityCheck check(options);
+    Navigation navigation;
+    std::vector<std::string> notes;
+    readNavigationFiles(navigationPaths, navigation, notes);
 
     std::unique_ptr<std::istream> in = openInput(observationPath, error);
     if (!in) return false;

@@ -9,6 +9,11 @@
 
 namespace quality {
 
+// Adds the records of RINEX 3 navigation files (plain or gzip); what cannot be read is
+// noted for the report.
+void readNavigationFiles(const std::vector<std::string>& paths, Navigation& navigation,
+                         std::vector<std::string>& notes);
+
 // False (with a message) only when the observation file cannot be read at all; problems
 // with the navigation files or inside the observation file go into the report's messages.
 bool checkFiles(const std::string& observationPath, const std::vector<std::string>& navigationPaths,

@@ -30,14 +30,25 @@ Geodetic toGeodetic(const Vec3& p) {
     return g;
 }
 
-Vec3 toEnu(const Vec3& d, const Geodetic& at) {
-    const double sl = std::sin(at.lat), cl = std::cos(at.lat);
-    const double so = std::sin(at.lon), co = std::cos(at.lon);
+LocalFrame::LocalFrame(const Geodetic& at)
+    : sl(std::sin(at.lat)), cl(std::cos(at.lat)), so(std::sin(at.lon)), co(std::cos(at.lon)) {}
+
+Vec3 toEnu(const Vec3& d, const LocalFrame& f) {
+    const double sl = f.sl, cl = f.cl, so = f.so, co = f.co;
     return {-so * d[0] + co * d[1], -sl * co * d[0] - sl * so * d[1] + cl * d[2],
             cl * co * d[0] + cl * so * d[1] + sl * d[2]};
 }
 
+Vec3 toEnu(const Vec3& d, const Geodetic& at) {
+    return toEnu(d, LocalFrame(at));
+}
+
 void azimuthElevation(const Vec3& receiver, const Geodetic& at, const Vec3& satellite, double& azimuth,
+                      double& elevation) {
+    azimuthElevation(receiver, LocalFrame(at), satellite, azimuth, elevation);
+}
+
+void azimuthElevation(const Vec3& receiver, const LocalFrame& at, const Vec3& satellite, double& azimuth,
                       double& elevation) {
     const Vec3 d{satellite[0] - receiver[0], satellite[1] - receiver[1], satellite[2] - receiver[2]};
     const Vec3 enu = toEnu(d, at);

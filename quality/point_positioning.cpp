@@ -90,15 +90,23 @@ double klobucharDelay(const std::array<double, 4>& alpha, const std::array<doubl
     return gnss::kSpeedOfLight * delay;
 }
 
-double troposphereDelay(double height, double elevation) {
-    if (elevation <= 0) return 0;
+Troposphere::Troposphere(double height) {
     const double h = std::max(-500.0, std::min(height, 10000.0));
-    const double pressure = 1013.25 * std::pow(1 - 2.2557e-5 * h, 5.2568);
-    const double temperature = 15.0 - 6.5e-3 * h + 273.15;
+    pressure = 1013.25 * std::pow(1 - 2.2557e-5 * h, 5.2568);
+    temperature = 15.0 - 6.5e-3 * h + 273.15;
     const double humidity = 0.5 * std::exp(-6.396e-4 * h);
-    const double vapour = 6.108 * humidity * std::exp((17.15 * temperature - 4684.0) / (temperature - 38.45));
+    vapour = 6.108 * humidity * std::exp((17.15 * temperature - 4684.0) / (temperature - 38.45));
+}
+
+double Troposphere::delay(double elevation) const {
+    if (elevation <= 0) return 0;
     const double z = gnss::kPi / 2 - elevation;
     return 0.002277 / std::cos(z) * (pressure + (1255.0 / temperature + 0.05) * vapour);
+}
+
+double troposphereDelay(double height, double elevation) {
+    if (elevation <= 0) return 0;
+    return Troposphere(height).delay(elevation);
 }
 
 PointPositioning::PointPositioning(const Navigation& navigation, double elevationMaskDeg)
@@ -188,6 +196,9 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
     for (int iteration = 0; iteration < 12; ++iteration) {
         const bool onEarth = std::sqrt(x[0] * x[0] + x[1] * x[1] + x[2] * x[2]) > 6.0e6;
         const Geodetic g = toGeodetic(x);
+        // Per iteration, not per satellite: the receiver's frame and its troposphere.
+        const LocalFrame frame(g);
+        const Troposphere troposphere(g.height);
         double n[kMaxUnknowns][kMaxUnknowns] = {};
         double q[kMaxUnknowns][kMaxUnknowns] = {};
         double b[kMaxUnknowns] = {};
@@ -205,7 +216,7 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
             double elevation = gnss::kPi / 2, azimuth = 0;
             double iono = 0, tropo = 0;
             if (onEarth) {
-                azimuthElevation(x, g, sat, azimuth, elevation);
+                azimuthElevation(x, frame, sat, azimuth, elevation);
                 if (elevation < mask_ && iteration > 0) {
                     c.residual = 0;
                     continue;
@@ -215,7 +226,7 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
                     iono = scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.lat, g.lon, azimuth,
                                                   std::max(elevation, 0.0));
                 }
-                tropo = troposphereDelay(g.height, elevation);
+                tropo = troposphere.delay(elevation);
             }
             if (column[c.clockIndex] < 0) column[c.clockIndex] = unknowns++;
             const int k = column[c.clockIndex];

@@ -54,5 +54,11 @@ double klobucharDelay(const std::array<double, 4>& alpha, const std::array<doubl
                       double lat, double lon, double azimuth, double elevation);
 // Slant tropospheric delay (m) of a standard atmosphere.
 double troposphereDelay(double height, double elevation);
+// The same delay for many elevations at one height: the height's terms computed once.
+struct Troposphere {
+    explicit Troposphere(double height);
+    double delay(double elevation) const;
+    double pressure, temperature, vapour;
+};
 
 } // namespace quality

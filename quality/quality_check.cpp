@@ -227,6 +227,7 @@ struct QualityCheck::State {
         if (receiver[0] == 0 && receiver[1] == 0 && receiver[2] == 0) return;
         lastVisibility = t;
         const Geodetic g = toGeodetic(receiver);
+        const LocalFrame frame(g);
         const double mask = options.elevationMask * gnss::kPi / 180.0;
         for (auto& system : systems)
             system.visibleNow = 0;
@@ -239,7 +240,7 @@ struct QualityCheck::State {
             SatelliteState state;
             if (!nav->state(letter, number, t - 0.075, state)) continue;
             SatelliteAccumulator& sat = satellites[s][number];
-            azimuthElevation(receiver, g, state.position, sat.azimuth, sat.elevation);
+            azimuthElevation(receiver, frame, state.position, sat.azimuth, sat.elevation);
             sat.hasElevation = true;
             visibilityAvailable = true;
             if (sat.elevation >= mask) ++systems[s].visibleNow;

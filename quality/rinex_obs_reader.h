@@ -21,6 +21,8 @@ public:
     // Problems met so far (at most a few dozen kept; problemCount() counts all).
     const std::vector<std::string>& problems() const { return problems_; }
     size_t problemCount() const { return problemCount_; }
+    // Lines read so far (after readHeader: the header's, END OF HEADER included).
+    long lineNumber() const { return lineNumber_; }
 
 private:
     std::istream& in_;

@@ -69,4 +69,34 @@ FieldKind parseFixed(const char* p, size_t len, double& value) {
     return FieldKind::Number;
 }
 
+namespace {
+
+// The decimals' part of parseFixed for ".000" to ".999", computed by its own steps: the
+// scale is multiplied by 0.1 per digit.
+struct ThreeDecimals {
+    double fraction[1000];
+    ThreeDecimals() {
+        for (int i = 0; i < 1000; ++i) {
+            const int digits[3] = {i / 100, i / 10 % 10, i % 10};
+            double f = 0, scale = 1;
+            for (const int d : digits) {
+                scale *= 0.1;
+                f += d * scale;
+            }
+            fraction[i] = f;
+        }
+    }
+};
+
+const ThreeDecimals kThreeDecimals;
+
+} // namespace
+
+double fixedThreeDecimals(uint64_t thousandths, bool negative) {
+    // Whole digits accumulate exactly in parseFixed; the sum is the same one.
+    const double whole = double(thousandths / 1000);
+    const double value = whole + kThreeDecimals.fraction[thousandths % 1000];
+    return negative ? -value : value;
+}
+
 } // namespace quality

@@ -2,6 +2,7 @@
 #pragma once
 // Fixed-column fields of RINEX lines.
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace quality {
@@ -16,5 +17,9 @@ double numberOr(const std::string& text, double fallback);
 enum class FieldKind { Blank, Number, Bad };
 // Allocation-free parse of a fixed-width numeric field (e.g. F14.3).
 FieldKind parseFixed(const char* p, size_t len, double& value);
+// What parseFixed reads from the three-decimal text of thousandths/1000 (with a "-" when
+// negative), computed without the text: the check fed by a conversion gets the same
+// numbers as the check that reads the written file.
+double fixedThreeDecimals(uint64_t thousandths, bool negative);
 
 } // namespace quality

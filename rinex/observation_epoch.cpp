@@ -100,6 +100,13 @@ double Rinex3xx::glonassBias(const char* code) const {
 
 int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
                                   const EpochWorkArea::Entry* last) {
+    return epochObserver_ ? formatSatelliteLineFor<true>(line, first, last)
+                          : formatSatelliteLineFor<false>(line, first, last);
+}
+
+template <bool Observed>
+int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* first,
+                                     const EpochWorkArea::Entry* last) {
     // Look the system up once per satellite; a new system starts an empty column list.
     QList<SignalColumn>& columns = signalMap_[first->system];
 
@@ -124,6 +131,9 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         }
     }
 
+    rinex::EpochObserver* const observer = epochObserver_;
+    if constexpr (Observed) observer->satellite(first->system, first->satellite);
+
     // "%c%02d" without printf: it runs once per satellite line.
     char* p = line;
     *p++ = first->system;
@@ -145,8 +155,10 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         // Pseudorange.
         if (e->pseudorangeValid) {
             char lli = ' ';
-            rinex::formatFixed14(p, rinex::foldObservation(e->pseudorange, lli));
+            const double pseudorange = rinex::foldObservation(e->pseudorange, lli);
+            rinex::formatFixed14(p, pseudorange);
             p[14] = lli;
+            if constexpr (Observed) observer->value(4 * column, pseudorange, lli == '1');
             p[15] = ' ';
         } else {
             std::memset(p, ' ', kFieldWidth);
@@ -173,6 +185,7 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
             rinex::formatFixed14(p, phase);
             p[14] = lli;
             p[15] = char('0' + rinex::signalStrengthDigit(e->cn0));
+            if constexpr (Observed) observer->value(4 * column + 1, phase, lli == '1');
         } else {
             std::memset(p, ' ', kFieldWidth);
         }
@@ -187,6 +200,10 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
         p[14] = ' ';
         p[15] = ' ';
         p += kFieldWidth;
+        if constexpr (Observed) {
+            observer->value(4 * column + 2, double(e->doppler), 0);
+            observer->value(4 * column + 3, double(e->cn0), 0);
+        }
     }
 
     while (p > line && p[-1] == ' ')
@@ -229,6 +246,7 @@ qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
     if (written > 31 && epochLine[0] == '>' && (epochLine[31] == '0' || epochLine[31] == '1'))
         ++epochRecordLines_;
     epochBlockUsed_ += int(written);
+    if (epochObserver_) epochObserver_->epoch(t, satellites);
 
     size_t begin = 0;
     while (begin < entries.size()) {

@@ -90,7 +90,10 @@ qint64 Rinex3xx::writeEventLine(const char* format, ...) {
     va_start(args, format);
     const int n = formatLine(line, sizeof line, format, args);
     va_end(args);
-    return writeLine(files_[FileObservation], line, n);
+    const qint64 written = writeLine(files_[FileObservation], line, n);
+    // After the write: it has drained the output thread, whose epochs the observer saw first.
+    if (epochObserver_ && n >= 2) epochObserver_->eventLine(line, n - 2);
+    return written;
 }
 
 qint64 Rinex3xx::writeObsTypes(const SignalMap& signalMap) {

@@ -114,7 +114,10 @@ qint64 Rinex3xx::writeStartOfMoving() {
     static const char kLine[] = ">                              2  0\r\n";
     static const char kLine2[] = "                            2  0\r\n";
     if (rinex::isRinex2(version_)) return writeLine(files_[FileObservation], kLine2, qint64(sizeof kLine2 - 1));
-    return writeLine(files_[FileObservation], kLine, qint64(sizeof kLine - 1));
+    const qint64 written = writeLine(files_[FileObservation], kLine, qint64(sizeof kLine - 1));
+    // After the write: it has drained the output thread, whose epochs the observer saw first.
+    if (epochObserver_) epochObserver_->eventLine(kLine, int(sizeof kLine - 3));
+    return written;
 }
 
 qint64 Rinex3xx::writeNewSite(const QByteArray& name, const QByteArray& number, double antennaHeight,
@@ -124,6 +127,7 @@ qint64 Rinex3xx::writeNewSite(const QByteArray& name, const QByteArray& number, 
     qint64 written = rinex::isRinex2(version_)
                          ? writeLine(files_[FileObservation], kLine2, qint64(sizeof kLine2 - 1))
                          : writeLine(files_[FileObservation], kLine, qint64(sizeof kLine - 1));
+    if (epochObserver_ && !rinex::isRinex2(version_)) epochObserver_->eventLine(kLine, int(sizeof kLine - 3));
     // The sentence's texts and numbers are cut to, or checked against, the record's fields so
     // that no record line runs past its 80 columns.
     written += writeEventLine("%-60s%-20s\r\n", name.left(60).constData(), "MARKER NAME");

@@ -16,6 +16,7 @@
 
 #include "decoding/iono_utc.h"
 #include "decoding/position_time.h"
+#include "rinex/epoch_observer.h"
 #include "rinex/long_file_name.h"
 #include "rinex/navigation_writer.h"
 #include "rinex/number_format.h"
@@ -129,6 +130,9 @@ public:
     // RINEX 2.11: LLI bit 2 (anti-spoofing) on P1, P2, L1 and L2 taken from P(Y) tracked as Z
     // or by cross-correlation. On by default, as 2.11 asks.
     bool setAntiSpoofingFlag(bool flag);
+    // Told every observation record as it is written (not owned; nullptr: none). Unlike the
+    // setters it may be set while the files are open.
+    void setEpochObserver(rinex::EpochObserver* observer) { epochObserver_ = observer; }
 
     // Opens base+"O", "C", "L", "N", "G" (base = path without its last character); with merged
     // navigation base+"O" and base+"P".
@@ -183,6 +187,10 @@ private:
     qint64 formatEpoch(const EpochWorkArea& epoch);
     qint64 writeNavigation(const NavigationRecord& record);
     int formatSatelliteLine(char* line, const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
+    // With Observed the epoch observer is told every value; without, the line costs no more
+    // than it did before there was one.
+    template <bool Observed>
+    int formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
     double glonassBias(const char* code) const;
     bool writeObservationHeader();
     qint64 writeHeaderLine(const char* format, ...)
@@ -325,4 +333,5 @@ private:
     std::vector<quint16> rinex2BandSignal_;
     std::vector<std::pair<quint32, quint32>> rinex2Listed_;
     std::vector<char> rinex2Records_;
+    rinex::EpochObserver* epochObserver_ = nullptr;
 };

@@ -2,13 +2,16 @@
 #include "shell/tab_binary_to_rinex3.h"
 
 #include <QDateTime>
+#include <QDesktopServices>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSettings>
-#include <QTextEdit>
+#include <QTextBrowser>
+#include <QTextCursor>
 #include <QTimer>
+#include <QUrl>
 #include <QVBoxLayout>
 
 #include "params/config_rows.h"
@@ -39,8 +42,12 @@ TabBinaryToRinex3::SaveFileDialog TabBinaryToRinex3::getSaveFileName =
                                             QFileDialog::Options());
     };
 
+TabBinaryToRinex3::OpenUrl TabBinaryToRinex3::openUrl = [](const QUrl& url) {
+    return QDesktopServices::openUrl(url);
+};
+
 TabBinaryToRinex3::TabBinaryToRinex3(const QString& pathInput, QWidget* parent)
-    : QWidget(parent), pathInput_(pathInput), treeParam_(new WidgetTreeParam()), log_(new QTextEdit()),
+    : QWidget(parent), pathInput_(pathInput), treeParam_(new WidgetTreeParam()), log_(new QTextBrowser()),
       pbConvert(new QPushButton(QStringLiteral("Convert"))), progressBar_(new QProgressBar()) {
     pbConvert->setObjectName(QStringLiteral("pbConvert"));
 
@@ -50,6 +57,10 @@ TabBinaryToRinex3::TabBinaryToRinex3(const QString& pathInput, QWidget* parent)
     treeParam_->setColumnWidth(0, 220);
 
     log_->setReadOnly(true);
+    // A click on the report's link opens it outside; the log itself never navigates.
+    log_->setOpenLinks(false);
+    log_->setOpenExternalLinks(false);
+    connect(log_, &QTextBrowser::anchorClicked, this, [](const QUrl& url) { openUrl(url); });
     progressBar_->setRange(0, 100);
     log_->document()->setUndoRedoEnabled(false);
     log_->hide();
@@ -112,6 +123,8 @@ void TabBinaryToRinex3::on_pbConvert_clicked() {
     // The thread alone tells whether a conversion runs.
     if (thread_.isRunning()) {
         log_->append(QStringLiteral("Cancle Convert"));
+        qualitySummary_.clear();
+        qualityReportPath_.clear();
         emit deleteThreadObject();
         thread_.quit();
         pbConvert->setText(QStringLiteral("Convert"));
@@ -137,8 +150,29 @@ void TabBinaryToRinex3::on_pbConvert_clicked() {
 
     log_->show();
     log_->append(QStringLiteral("Start Convert"));
+    qualitySummary_.clear();
+    qualityReportPath_.clear();
 
     auto* worker = new ThreadBinaryToRinex();
+    // The quality check runs on the worker's thread. Its summary is taken there as the worker
+    // finishes (connected first, so it reaches this tab before the queued finished signal)
+    // and shown after the line that signal makes.
+    worker->setQualityCheck(true, true);
+    connect(
+        worker, &ThreadBinaryToRinex::finished, this,
+        [this, worker](bool ok, QString) {
+            if (!ok) return;
+            const QStringList summary = worker->qualitySummary();
+            const QString reportPath = worker->qualityReportPath();
+            QMetaObject::invokeMethod(
+                this,
+                [this, summary, reportPath] {
+                    qualitySummary_ = summary;
+                    qualityReportPath_ = reportPath;
+                },
+                Qt::QueuedConnection);
+        },
+        Qt::DirectConnection);
     connect(this, &TabBinaryToRinex3::deleteThreadObject, worker, &QObject::deleteLater,
             Qt::QueuedConnection);
     connect(this, &TabBinaryToRinex3::startConvert, worker, &ThreadBinaryToRinex::startConvert,
@@ -181,7 +215,32 @@ void TabBinaryToRinex3::on_thread_finished(bool ok, QString msg) {
     log_->append(QStringLiteral("Convert %1 %2")
                      .arg(ok ? QStringLiteral("Complete,") : QStringLiteral("Failed!"))
                      .arg(msg));
+    if (ok) {
+        for (const QString& line : qualitySummary_)
+            log_->append(line);
+        if (!qualityReportPath_.isEmpty()) appendReportLink(qualityReportPath_);
+    }
+    qualitySummary_.clear();
+    qualityReportPath_.clear();
     emit deleteThreadObject();
     thread_.quit();
     pbConvert->setText(QStringLiteral("Convert"));
+}
+
+void TabBinaryToRinex3::appendReportLink(const QString& path) {
+    // Written through a cursor with explicit formats; the lines appended after it must not
+    // take over the link's format.
+    QTextCursor cursor(log_->document());
+    cursor.movePosition(QTextCursor::End);
+    const QTextCharFormat plain;
+    cursor.insertBlock(QTextBlockFormat(), plain);
+    cursor.insertText(QStringLiteral("Quality report "), plain);
+    QTextCharFormat link;
+    link.setAnchor(true);
+    link.setAnchorHref(QUrl::fromLocalFile(path).toString());
+    link.setForeground(log_->palette().link());
+    link.setFontUnderline(true);
+    cursor.insertText(path, link);
+    // append() continues in the format of the widget's own cursor.
+    log_->setCurrentCharFormat(plain);
 }

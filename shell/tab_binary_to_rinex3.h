@@ -5,6 +5,7 @@
 #include <functional>
 
 #include <QString>
+#include <QStringList>
 #include <QThread>
 #include <QWidget>
 
@@ -12,7 +13,8 @@
 
 class QProgressBar;
 class QPushButton;
-class QTextEdit;
+class QTextBrowser;
+class QUrl;
 class WidgetTreeParam;
 
 class TabBinaryToRinex3 : public QWidget {
@@ -21,6 +23,10 @@ public:
     // The save-file dialog (parent, caption, proposed path); replaceable so that tests need no user.
     using SaveFileDialog = std::function<QString(QWidget*, const QString&, const QString&)>;
     static SaveFileDialog getSaveFileName;
+    // Opens a link clicked in the log (the quality report) in the desktop's browser;
+    // replaceable so that tests can catch the click without one.
+    using OpenUrl = std::function<bool(const QUrl&)>;
+    static OpenUrl openUrl;
 
     explicit TabBinaryToRinex3(const QString& pathInput, QWidget* parent = nullptr);
     ~TabBinaryToRinex3() override;
@@ -39,11 +45,15 @@ private slots:
 private:
     void readFileHeader();
     void buildConfigSection(const ParameterMap& params);
+    void appendReportLink(const QString& path);
 
     QString pathInput_;
     WidgetTreeParam* treeParam_;
-    QTextEdit* log_;
+    QTextBrowser* log_; // a read-only text edit whose links can be clicked
     QPushButton* pbConvert;
     QProgressBar* progressBar_;
     QThread thread_;
+    // The quality summary of the running conversion: shown after its "Convert Complete" line.
+    QStringList qualitySummary_;
+    QString qualityReportPath_;
 };

@@ -10,6 +10,7 @@
 #include "params/output_options.h"
 #include "rinex/rinex2_header_lines.h"
 #include "rinex/rinex3xx.h"
+#include "shell/conversion_quality.h"
 #include "shell/output_files.h"
 
 namespace {
@@ -42,6 +43,11 @@ void ThreadBinaryToRinex::setParameters(const QMap<QString, QString>& parameters
     parameters_ = parameters;
 }
 
+void ThreadBinaryToRinex::setQualityCheck(bool enabled, bool htmlBeside) {
+    qualityEnabled_ = enabled;
+    qualityHtmlBeside_ = htmlBeside;
+}
+
 void ThreadBinaryToRinex::startConvert() {
     if (timer_ || inputFile_ || writer_) return;
 
@@ -71,6 +77,17 @@ void ThreadBinaryToRinex::startConvert() {
         applyOptions();
         // Epochs are formatted and written on a second thread while this one decodes.
         writer_->setOutputThread(true);
+        qualityReport_.reset();
+        qualityError_.clear();
+        qualitySummary_.clear();
+        qualityReportPath_.clear();
+        if (qualityEnabled_) {
+            quality_.reset(new ConversionQuality());
+            // The check reads RINEX 3 only: for other versions nothing is kept, and the
+            // header it cannot read tells why.
+            const QString version = parameters_.value(QStringLiteral("Version"));
+            if (version.isEmpty() || version.startsWith('3')) writer_->setEpochObserver(quality_->observer());
+        }
         if (writer_->open(outputPath) == 0)
             throw ConvertFailure{QString("open file failed, %1").arg(outputPath)};
 
@@ -143,8 +160,17 @@ void ThreadBinaryToRinex::on_timer_timeout() {
         emit finished(false, writeError);
         return;
     }
+    // The check reads the closed files' headers before they are compressed.
+    if (quality_) {
+        QString why;
+        if (!quality_->prepare(created, &why)) {
+            qualityError_ = why;
+            quality_.reset();
+        }
+    }
     QStringList finalNames;
     if (!finishOutputFiles(created, parameters_, &finalNames, &writeError)) {
+        quality_.reset();
         emit finished(false, writeError);
         return;
     }
@@ -154,7 +180,43 @@ void ThreadBinaryToRinex::on_timer_timeout() {
             emit message(QString("wrote %1").arg(name));
     }
     const qint32 elapsed = qint32(QDateTime::currentMSecsSinceEpoch() - startTime_);
-    emit finished(true, QString("Cost=%1 ms").arg(elapsed));
+    costText_ = QString("Cost=%1 ms").arg(elapsed);
+    if (!quality_) {
+        endConversion(costText_);
+        return;
+    }
+    // The kept records are replayed in slices, one per pass of the event loop, so that a
+    // cancel is still served.
+    qualityTimer_ = new QTimer();
+    connect(qualityTimer_, &QTimer::timeout, this, [this] { qualityStep(); }, Qt::DirectConnection);
+    qualityTimer_->start(0);
+}
+
+void ThreadBinaryToRinex::qualityStep() {
+    if (!quality_ || !quality_->step()) return;
+    qualityTimer_->stop();
+    qualityTimer_->deleteLater();
+    qualityTimer_ = nullptr;
+    endConversion(costText_);
+}
+
+void ThreadBinaryToRinex::endConversion(const QString& costText) {
+    if (qualityEnabled_) {
+        if (quality_) {
+            qualityReport_ = quality_->report();
+            qualitySummary_ = quality_->summaryLines();
+            if (qualityHtmlBeside_) {
+                QString why;
+                qualityReportPath_ = quality_->writeHtmlBeside(&why);
+                if (qualityReportPath_.isEmpty())
+                    qualitySummary_ << QStringLiteral("quality report not written: %1").arg(why);
+            }
+            quality_.reset();
+        } else {
+            qualitySummary_ << QStringLiteral("quality check: %1").arg(qualityError_);
+        }
+    }
+    emit finished(true, costText);
 }
 
 void ThreadBinaryToRinex::applyOptions() {
@@ -174,6 +236,9 @@ void ThreadBinaryToRinex::releaseResources() {
     }
     delete writer_;
     writer_ = nullptr;
+    // Only the destructor meets a replay timer here, never from inside its timeout.
+    delete qualityTimer_;
+    qualityTimer_ = nullptr;
 }
 
 void ThreadBinaryToRinex::onBoardFrame(const uint8_t* data, uint32_t length, void* user) {

@@ -6,12 +6,18 @@
 #include <QMap>
 #include <QObject>
 #include <QString>
+#include <QStringList>
+#include <memory>
 
 #include "decoding/stream_sync.h"
 
+class ConversionQuality;
 class QFile;
 class QTimer;
 class Rinex3xx;
+namespace quality {
+struct Report;
+}
 
 class ThreadBinaryToRinex : public QObject {
     Q_OBJECT
@@ -26,6 +32,19 @@ public:
     qint64 observationDataStart() const { return observationDataStart_; }
     qint64 epochRecordLines() const { return epochRecordLines_; }
 
+    // Checks the quality of the observation records as the writer writes them (RINEX 3.0x
+    // outputs; for another version the check says why it cannot read it). With htmlBeside the
+    // HTML report is written beside the observation file (quality_report_path.h).
+    void setQualityCheck(bool enabled, bool htmlBeside = false);
+    // After a successful checked conversion (valid from within the finished signal's direct
+    // connections): the report, or null with the reason why there is none.
+    std::shared_ptr<const quality::Report> qualityReport() const { return qualityReport_; }
+    QString qualityError() const { return qualityError_; }
+    // Likewise: a few summary lines of the report (or one line with the reason why there is
+    // none), and the path of the HTML report written beside the output (empty: none).
+    QStringList qualitySummary() const { return qualitySummary_; }
+    QString qualityReportPath() const { return qualityReportPath_; }
+
 signals:
     void progress(int prg);
     void message(QString msg);
@@ -38,6 +57,8 @@ public slots:
 private:
     void applyOptions();
     void releaseResources();
+    void qualityStep();
+    void endConversion(const QString& costText);
 
     static void onBoardFrame(const uint8_t* data, uint32_t length, void* user);
     static void onTextLine(const uint8_t* data, uint32_t length, void* user);
@@ -54,4 +75,14 @@ private:
     qint64 observationDataStart_ = -1;
     qint64 epochRecordLines_ = -1;
     bool inTick_ = false; // the timer must not be deleted inside its own timeout
+
+    bool qualityEnabled_ = false;
+    bool qualityHtmlBeside_ = false;
+    std::unique_ptr<ConversionQuality> quality_;
+    QTimer* qualityTimer_ = nullptr; // replays the kept records once the files are closed
+    QString costText_;
+    std::shared_ptr<const quality::Report> qualityReport_;
+    QString qualityError_;
+    QStringList qualitySummary_;
+    QString qualityReportPath_;
 };

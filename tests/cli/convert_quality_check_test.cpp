@@ -95,8 +95,6 @@ TEST(ConvertQualityCheck, UsageErrors) {
     const QList<QStringList> cases = {
         {"--qc-json", dir.filePath("r.json"), first, second},
         {"--qc-html", dir.filePath("r.html"), first, second},
-        {"--qc", "--compress", "crx", first},
-        {"--qc", "--compress", "crx.gz", first},
         {"--qc", "--info", first},
         {"--qc-json", "", first},
         {"--qc-html"},
@@ -108,6 +106,21 @@ TEST(ConvertQualityCheck, UsageErrors) {
     }
     const QStringList left = QDir(dir.path()).entryList(QDir::Files);
     EXPECT_EQ(left, (QStringList{"a.dat", "b.dat"}));
+}
+
+TEST(ConvertQualityCheck, CompactRinexOutputIsChecked) {
+    // The check follows the records as they are written: compression comes after it.
+    QTemporaryDir dir;
+    const QString input = copyOfSample(dir, "cebr.dat");
+    const ProcessResult plain = run({"--qc", "-q", "-o", dir.filePath("plain.18O"), input});
+    ASSERT_EQ(plain.exitCode, 0) << plain.err.toStdString();
+    for (const char* kind : {"crx", "crx.gz"}) {
+        const ProcessResult packed =
+            run({"--qc", "-q", "--compress", kind, "-o", dir.filePath(QString("packed-%1.18O").arg(kind)), input});
+        ASSERT_EQ(packed.exitCode, 0) << kind << packed.err.toStdString();
+        EXPECT_EQ(packed.out, plain.out) << kind;
+        EXPECT_TRUE(packed.out.contains("Epochs      60 at 30 s")) << packed.out.toStdString();
+    }
 }
 
 TEST(ConvertQualityCheck, HelpDocumentsTheOptions) {

@@ -6,7 +6,9 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QSettings>
+#include <QStringList>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QThread>
@@ -14,6 +16,18 @@
 #include <gtest/gtest.h>
 
 namespace guitest {
+
+// The end of a successful conversion's log: the "Convert Complete, Cost=... ms" line, then
+// the quality summary (span, epochs, satellites per system, position, occupations) and the line
+// with the report's path.
+inline bool endsWithCompleteAndSummary(const QStringList& lines) {
+    const QStringList starts = {"Span ", "Epochs ", "Satellites ", "Position ", "Occupations ", "Quality report "};
+    const int at = lines.size() - starts.size() - 1;
+    if (at < 0 || !QRegularExpression("^Convert Complete, Cost=\\d+ ms$").match(lines[at]).hasMatch()) return false;
+    for (int i = 0; i < starts.size(); ++i)
+        if (!lines[at + 1 + i].startsWith(starts[i])) return false;
+    return true;
+}
 
 // Runs the event loop until the condition holds or the time is up; tells whether it held.
 inline bool waitFor(const std::function<bool()>& condition, int timeoutMs) {

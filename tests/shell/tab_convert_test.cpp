@@ -185,10 +185,12 @@ TEST_F(TabConvert, RealConversionLogsAndWritesFiveFiles) {
     ASSERT_GE(lines.size(), 4);
     EXPECT_EQ(lines.first(), "Start Convert");
     EXPECT_EQ(lines[1], "save to " + output);
-    EXPECT_TRUE(QRegularExpression("^Convert Complete, Cost=\\d+ ms$").match(lines.last()).hasMatch())
-        << lines.last().toStdString();
+    // The last specified line, followed by the quality summary.
+    EXPECT_TRUE(guitest::endsWithCompleteAndSummary(lines)) << lines.join('\n').toStdString();
+    EXPECT_EQ(lines.last(), "Quality report " + output + ".qc.html");
+    EXPECT_TRUE(QFile::exists(output + ".qc.html"));
     int lastPercent = -1;
-    for (int i = 2; i < lines.size() - 1; ++i) {
+    for (int i = 2; i < lines.size() - 7; ++i) {
         const QRegularExpressionMatch match = QRegularExpression("^Progress (\\d+)%$").match(lines[i]);
         ASSERT_TRUE(match.hasMatch()) << lines[i].toStdString();
         EXPECT_GT(match.captured(1).toInt(), lastPercent);
@@ -231,7 +233,7 @@ TEST_F(TabConvert, ChosenOptionsReachTheConversionAndTheThreadRunsAgain) {
     answerDialogWith(output);
     buttonOf(tab)->click();
     ASSERT_TRUE(guitest::waitFor([&] { return logHas(tab, "Convert "); }, 60000));
-    EXPECT_TRUE(logLines(tab).last().startsWith("Convert Complete, Cost="));
+    EXPECT_TRUE(guitest::endsWithCompleteAndSummary(logLines(tab))) << logLines(tab).join('\n').toStdString();
     EXPECT_TRUE(readAll(dir.filePath("first.20O")).left(80).contains("3.03"));
 
     // Same output again: its files exist, so the new worker fails to open them.
@@ -370,10 +372,11 @@ TEST_F(TabConvert, TwoTabsConvertAtTheSameTimeWhileTheWindowKeepsServingEvents) 
             return logHas(first, "Convert ") && logHas(second, "Convert ");
         },
         120000));
-    EXPECT_TRUE(
-        QRegularExpression("^Convert Complete, Cost=\\d+ ms$").match(logLines(first).last()).hasMatch());
-    EXPECT_TRUE(
-        QRegularExpression("^Convert Complete, Cost=\\d+ ms$").match(logLines(second).last()).hasMatch());
+    // Each log ends in its conversion's complete line and quality summary.
+    ASSERT_TRUE(guitest::waitFor([&] { return logHas(first, "Quality report ") && logHas(second, "Quality report "); },
+                                 5000));
+    EXPECT_TRUE(guitest::endsWithCompleteAndSummary(logLines(first))) << logLines(first).join('\n').toStdString();
+    EXPECT_TRUE(guitest::endsWithCompleteAndSummary(logLines(second))) << logLines(second).join('\n').toStdString();
     EXPECT_GT(ticks, 0) << "the GUI thread served no event while both conversions ran";
     // Each conversion wrote its own complete observation file.
     EXPECT_EQ(readAll(firstOutput).count("\r\n> "), readAll(secondOutput).count("\r\n> "));

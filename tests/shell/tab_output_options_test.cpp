@@ -23,6 +23,11 @@ QStringList logLines(const TabBinaryToRinex3& tab) {
     const QString text = tab.findChild<QTextEdit*>()->toPlainText();
     return text.isEmpty() ? QStringList() : text.split('\n');
 }
+bool logHas(const TabBinaryToRinex3& tab, const QString& prefix) {
+    for (const QString& line : logLines(tab))
+        if (line.startsWith(prefix)) return true;
+    return false;
+}
 
 QModelIndex valueIndex(const TabBinaryToRinex3& tab, const QString& name) {
     auto* tree = tab.findChild<WidgetTreeParam*>();
@@ -95,11 +100,17 @@ TEST_F(TabOutputOptions, LongNamesAndSystemsReachTheConversion) {
     setRow(tab, "Interval", "30", "30");
     answerDialogWith(dir.filePath("chosen.20O"));
     tab.findChild<QPushButton*>("pbConvert")->click();
-    ASSERT_TRUE(guitest::waitFor([&] { return logLines(tab).last().startsWith("Convert "); }, 60000));
-    EXPECT_TRUE(logLines(tab).last().startsWith("Convert Complete, Cost="))
-        << logLines(tab).join('\n').toStdString();
+    ASSERT_TRUE(guitest::waitFor([&] { return logHas(tab, "Convert "); }, 60000));
+    EXPECT_TRUE(guitest::endsWithCompleteAndSummary(logLines(tab))) << logLines(tab).join('\n').toStdString();
     EXPECT_TRUE(logLines(tab).contains("save to " + QDir(dir.path()).absolutePath()));
-    const QStringList files = QDir(dir.path()).entryList(QDir::Files | QDir::Hidden);
+    // The quality report beside the observation file, named after it.
+    const QStringList reports = QDir(dir.path()).entryList({"*.qc.html"}, QDir::Files);
+    ASSERT_EQ(reports.size(), 1);
+    EXPECT_TRUE(reports.first().endsWith("_MO.rnx.qc.html") || reports.first().endsWith("_GO.rnx.qc.html"))
+        << reports.first().toStdString();
+    EXPECT_EQ(logLines(tab).last(), "Quality report " + dir.filePath(reports.first()));
+    QStringList files = QDir(dir.path()).entryList(QDir::Files | QDir::Hidden);
+    files.removeAll(reports.first());
     ASSERT_EQ(files.size(), 3) << files.join(' ').toStdString();
     for (const QString& name : files) {
         EXPECT_TRUE(name.contains("00ESP_R_")) << name.toStdString();
@@ -116,12 +127,13 @@ TEST_F(TabOutputOptions, CompressionRowCompressesTheFinishedFiles) {
     setRow(tab, "Compression", "crx.gz", "Compact RINEX and gzip (crx.gz)");
     answerDialogWith(dir.filePath("packed.20O"));
     tab.findChild<QPushButton*>("pbConvert")->click();
-    ASSERT_TRUE(guitest::waitFor([&] { return logLines(tab).last().startsWith("Convert "); }, 60000));
-    EXPECT_TRUE(logLines(tab).last().startsWith("Convert Complete, Cost="))
-        << logLines(tab).join('\n').toStdString();
-    EXPECT_EQ(
-        QDir(dir.path()).entryList(QDir::Files),
-        (QStringList{"packed.20C.gz", "packed.20D.gz", "packed.20G.gz", "packed.20L.gz", "packed.20N.gz"}));
+    ASSERT_TRUE(guitest::waitFor([&] { return logHas(tab, "Convert "); }, 60000));
+    EXPECT_TRUE(guitest::endsWithCompleteAndSummary(logLines(tab))) << logLines(tab).join('\n').toStdString();
+    // The check followed the records as they were written: compression does not stop it.
+    // Its report is named after the observation file as written, before compression.
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files),
+              (QStringList{"packed.20C.gz", "packed.20D.gz", "packed.20G.gz", "packed.20L.gz", "packed.20N.gz",
+                           "packed.20O.qc.html"}));
 }
 
 TEST_F(TabOutputOptions, EditorsRefuseWhatCannotBecomeAValue) {
