@@ -20,7 +20,7 @@ Ecef ecefOf(const Geodetic& p) {
 }
 
 Geodetic geodeticOf(const Ecef& xyz) {
-    const double r = std::hypot(xyz[0], xyz[1]);
+    const double r = std::sqrt(xyz[0] * xyz[0] + xyz[1] * xyz[1]);
     Geodetic g;
     g.longitude = std::atan2(xyz[1], xyz[0]);
     if (r < 1e-9) { // on the axis
@@ -42,17 +42,20 @@ Geodetic geodeticOf(const Ecef& xyz) {
     return g;
 }
 
-Ecef enuOf(const Ecef& d, const Geodetic& at) {
-    const double sl = std::sin(at.latitude), cl = std::cos(at.latitude);
-    const double so = std::sin(at.longitude), co = std::cos(at.longitude);
+LocalFrame::LocalFrame(const Geodetic& at)
+    : sinLatitude(std::sin(at.latitude)), cosLatitude(std::cos(at.latitude)), sinLongitude(std::sin(at.longitude)),
+      cosLongitude(std::cos(at.longitude)) {}
+
+Ecef enuOf(const Ecef& d, const LocalFrame& f) {
+    const double sl = f.sinLatitude, cl = f.cosLatitude, so = f.sinLongitude, co = f.cosLongitude;
     return {-so * d[0] + co * d[1], -sl * co * d[0] - sl * so * d[1] + cl * d[2],
             cl * co * d[0] + cl * so * d[1] + sl * d[2]};
 }
 
-void azimuthElevation(const Ecef& from, const Geodetic& at, const Ecef& target, double& azimuth,
+void azimuthElevation(const Ecef& from, const LocalFrame& at, const Ecef& target, double& azimuth,
                       double& elevation) {
     const Ecef enu = enuOf({target[0] - from[0], target[1] - from[1], target[2] - from[2]}, at);
-    elevation = std::atan2(enu[2], std::hypot(enu[0], enu[1]));
+    elevation = std::atan2(enu[2], std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]));
     azimuth = std::atan2(enu[0], enu[1]);
     if (azimuth < 0) azimuth += 2 * kPi;
 }

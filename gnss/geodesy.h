@@ -16,10 +16,17 @@ struct Geodetic {
 
 Ecef ecefOf(const Geodetic& position);
 Geodetic geodeticOf(const Ecef& position);
-// East, north, up of a difference vector at a position.
-Ecef enuOf(const Ecef& delta, const Geodetic& at);
+
+// The directions at a position: the sines and cosines of its latitude and longitude, made
+// once for the many directions seen from one place.
+struct LocalFrame {
+    explicit LocalFrame(const Geodetic& at);
+    double sinLatitude, cosLatitude, sinLongitude, cosLongitude;
+};
+// East, north, up of a difference vector.
+Ecef enuOf(const Ecef& delta, const LocalFrame& at);
 // Azimuth (0 to 2 pi, clockwise from north) and elevation (rad) of a target seen from a point.
-void azimuthElevation(const Ecef& from, const Geodetic& at, const Ecef& target, double& azimuth,
+void azimuthElevation(const Ecef& from, const LocalFrame& at, const Ecef& target, double& azimuth,
                       double& elevation);
 double distance(const Ecef& a, const Ecef& b);
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <sstream>
 
-#include "quality/geodesy.h"
+#include "gnss/geodesy.h"
 #include "gnss/constants.h"
 #include "gnss/gps_calendar.h"
 #include "quality/gnss_time.h"
@@ -231,14 +231,14 @@ void dopPlot(std::ostringstream& o, const Report& r) {
 
 void scatterPlot(std::ostringstream& o, const Report& r) {
     if (!r.position.valid) return;
-    const Geodetic at = toGeodetic(r.position.mean);
+    const gnss::LocalFrame frame(gnss::geodeticOf(r.position.mean));
     std::vector<std::pair<double, double>> en;
     double extent = 1;
     for (const EpochSample& s : r.samples)
         if (s.hasFix) {
             const Vec3 d{s.position[0] - r.position.mean[0], s.position[1] - r.position.mean[1],
                          s.position[2] - r.position.mean[2]};
-            const Vec3 e = toEnu(d, at);
+            const Vec3 e = gnss::enuOf(d, frame);
             en.emplace_back(e[0], e[1]);
             extent = std::max(extent, std::max(std::fabs(e[0]), std::fabs(e[1])));
         }

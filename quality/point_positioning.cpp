@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "quality/geodesy.h"
+#include "gnss/geodesy.h"
 #include "gnss/constants.h"
 #include "gnss/gps_calendar.h"
 #include "quality/gnss_time.h"
@@ -180,7 +180,7 @@ bool PointPositioning::solve(const Epoch& epoch, const Vec3* guess, PositionFix&
         worst->used = false;
         ++rejected;
     }
-    const Geodetic g = toGeodetic(x);
+    const gnss::Geodetic g = gnss::geodeticOf(x);
     if (pdop <= 0 || pdop > 30 || g.height < -1000 || g.height > 20000) return false;
     fix.position = x;
     fix.pdop = pdop;
@@ -195,9 +195,9 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
     const double sow = secondsOfWeek(time);
     for (int iteration = 0; iteration < 12; ++iteration) {
         const bool onEarth = std::sqrt(x[0] * x[0] + x[1] * x[1] + x[2] * x[2]) > 6.0e6;
-        const Geodetic g = toGeodetic(x);
+        const gnss::Geodetic g = gnss::geodeticOf(x);
         // Per iteration, not per satellite: the receiver's frame and its troposphere.
-        const LocalFrame frame(g);
+        const gnss::LocalFrame frame(g);
         const Troposphere troposphere(g.height);
         double n[kMaxUnknowns][kMaxUnknowns] = {};
         double q[kMaxUnknowns][kMaxUnknowns] = {};
@@ -208,22 +208,22 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
         // Rows: kept in candidates_ (residual), the design row rebuilt below.
         for (Candidate& c : candidates_) {
             if (!c.used && haveStart) continue;
-            const double range0 = distance(c.position, x);
+            const double range0 = gnss::distance(c.position, x);
             const double theta = gnss::kEarthRotationRate * range0 / gnss::kSpeedOfLight;
             const Vec3 sat{c.position[0] * std::cos(theta) + c.position[1] * std::sin(theta),
                            -c.position[0] * std::sin(theta) + c.position[1] * std::cos(theta), c.position[2]};
-            const double range = distance(sat, x);
+            const double range = gnss::distance(sat, x);
             double elevation = gnss::kPi / 2, azimuth = 0;
             double iono = 0, tropo = 0;
             if (onEarth) {
-                azimuthElevation(x, frame, sat, azimuth, elevation);
+                gnss::azimuthElevation(x, frame, sat, azimuth, elevation);
                 if (elevation < mask_ && iteration > 0) {
                     c.residual = 0;
                     continue;
                 }
                 if (nav_.hasKlobuchar()) {
                     const double scale = (double(gnss::kFrequencyL1) / c.frequency) * (double(gnss::kFrequencyL1) / c.frequency);
-                    iono = scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.lat, g.lon, azimuth,
+                    iono = scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.latitude, g.longitude, azimuth,
                                                   std::max(elevation, 0.0));
                 }
                 tropo = troposphere.delay(elevation);

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <map>
 
-#include "quality/geodesy.h"
+#include "gnss/geodesy.h"
 #include "gnss/constants.h"
 #include "gnss/gps_calendar.h"
 #include "quality/rinex_obs_reader.h"
@@ -226,8 +226,8 @@ struct QualityCheck::State {
         const Vec3 receiver = receiverForVisibility();
         if (receiver[0] == 0 && receiver[1] == 0 && receiver[2] == 0) return;
         lastVisibility = t;
-        const Geodetic g = toGeodetic(receiver);
-        const LocalFrame frame(g);
+        const gnss::Geodetic g = gnss::geodeticOf(receiver);
+        const gnss::LocalFrame frame(g);
         const double mask = options.elevationMask * gnss::kPi / 180.0;
         for (auto& system : systems)
             system.visibleNow = 0;
@@ -240,7 +240,7 @@ struct QualityCheck::State {
             SatelliteState state;
             if (!nav->state(letter, number, t - 0.075, state)) continue;
             SatelliteAccumulator& sat = satellites[s][number];
-            azimuthElevation(receiver, frame, state.position, sat.azimuth, sat.elevation);
+            gnss::azimuthElevation(receiver, frame, state.position, sat.azimuth, sat.elevation);
             sat.hasElevation = true;
             visibilityAvailable = true;
             if (sat.elevation >= mask) ++systems[s].visibleNow;
@@ -708,9 +708,9 @@ Report QualityCheck::finish() {
             scatter += s.sumSq[i] / double(s.fixes) - mean * mean;
         }
         p.rms3d = std::sqrt(std::max(0.0, scatter));
-        const Geodetic g = toGeodetic(p.mean);
-        p.lat = g.lat * 180 / gnss::kPi;
-        p.lon = g.lon * 180 / gnss::kPi;
+        const gnss::Geodetic g = gnss::geodeticOf(p.mean);
+        p.lat = g.latitude * 180 / gnss::kPi;
+        p.lon = g.longitude * 180 / gnss::kPi;
         p.height = g.height;
         p.satellitesMean = double(s.usedSum) / double(s.fixes);
         long half = (s.fixes + 1) / 2, seen = 0;
@@ -724,7 +724,7 @@ Report QualityCheck::finish() {
         const Vec3& h = s.header.approxPosition;
         if (s.header.hasApproxPosition && std::sqrt(h[0] * h[0] + h[1] * h[1] + h[2] * h[2]) > 1.0) {
             p.hasHeaderOffset = true;
-            p.headerOffset = distance(p.mean, h);
+            p.headerOffset = gnss::distance(p.mean, h);
             p.headerOffsetFlagged = p.headerOffset > s.options.headerOffsetLimit;
         }
     }

@@ -42,17 +42,18 @@ TEST(Geodesy, LocalDirections) {
     const gnss::Geodetic at{45 * kDegree, 10 * kDegree, 100};
     const gnss::Ecef here = gnss::ecefOf(at);
     const gnss::Ecef up = gnss::ecefOf({at.latitude, at.longitude, at.height + 1000});
-    const gnss::Ecef enu = gnss::enuOf({up[0] - here[0], up[1] - here[1], up[2] - here[2]}, at);
+    const gnss::LocalFrame frame(at);
+    const gnss::Ecef enu = gnss::enuOf({up[0] - here[0], up[1] - here[1], up[2] - here[2]}, frame);
     EXPECT_NEAR(enu[0], 0, 1e-6);
     EXPECT_NEAR(enu[1], 0, 1e-6);
     EXPECT_NEAR(enu[2], 1000, 1e-6);
     double azimuth = 0, elevation = 0;
-    gnss::azimuthElevation(here, at, up, azimuth, elevation);
+    gnss::azimuthElevation(here, frame, up, azimuth, elevation);
     EXPECT_NEAR(elevation, gnss::kPi / 2, 1e-9);
     // A point a little to the west at the same height: azimuth about 270 degrees, elevation
     // just below the horizon (the Earth curves away).
     const gnss::Ecef west = gnss::ecefOf({at.latitude, at.longitude - 0.01 * kDegree, at.height});
-    gnss::azimuthElevation(here, at, west, azimuth, elevation);
+    gnss::azimuthElevation(here, frame, west, azimuth, elevation);
     EXPECT_NEAR(azimuth / kDegree, 270, 0.01);
     EXPECT_LT(elevation, 0);
     EXPECT_GT(elevation, -0.01 * kDegree);

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "quality/geodesy.h"
+#include "gnss/geodesy.h"
 #include "station_file_support.h"
 
 namespace {
@@ -29,8 +29,8 @@ TEST(Positioning, StationWithinTenMetres) {
     const quality::Report r = station::check(true);
     ASSERT_TRUE(r.position.valid);
     EXPECT_EQ(r.position.epochs, 60);
-    EXPECT_LT(quality::distance(r.position.mean, kEsbc), 10.0);
-    EXPECT_NEAR(r.position.headerOffset, quality::distance(r.position.mean, kEsbc), 1e-9);
+    EXPECT_LT(gnss::distance(r.position.mean, kEsbc), 10.0);
+    EXPECT_NEAR(r.position.headerOffset, gnss::distance(r.position.mean, kEsbc), 1e-9);
     EXPECT_FALSE(r.position.headerOffsetFlagged);
     EXPECT_NEAR(r.position.lat, 55.4936, 1e-3);
     EXPECT_NEAR(r.position.lon, 8.4568, 1e-3);
@@ -46,7 +46,7 @@ TEST(Positioning, EachSystemAlone) {
         const quality::Report r = station::check(true, only(system));
         ASSERT_TRUE(r.position.valid);
         EXPECT_GT(r.position.epochs, 50);
-        EXPECT_LT(quality::distance(r.position.mean, kEsbc), 10.0);
+        EXPECT_LT(gnss::distance(r.position.mean, kEsbc), 10.0);
     }
 }
 
@@ -69,7 +69,7 @@ TEST(Positioning, WrongHeaderPositionIsFlagged) {
         qc.addEpoch(epoch);
     const quality::Report r = qc.finish();
     ASSERT_TRUE(r.position.valid);
-    EXPECT_LT(quality::distance(r.position.mean, kEsbc), 10.0);
+    EXPECT_LT(gnss::distance(r.position.mean, kEsbc), 10.0);
     EXPECT_NEAR(r.position.headerOffset, 2000, 10);
     EXPECT_TRUE(r.position.headerOffsetFlagged);
 }
@@ -122,5 +122,5 @@ TEST(Positioning, OneEpochInAnInterval) {
     ASSERT_TRUE(r.position.valid);
     EXPECT_EQ(r.position.epochs, 15);
     EXPECT_EQ(r.epochs, 60);
-    EXPECT_LT(quality::distance(r.position.mean, kEsbc), 10.0);
+    EXPECT_LT(gnss::distance(r.position.mean, kEsbc), 10.0);
 }

@@ -8,7 +8,7 @@
 #include <random>
 
 #include "quality/compressed_input.h"
-#include "quality/geodesy.h"
+#include "gnss/geodesy.h"
 #include "gnss/constants.h"
 #include "gnss/gps_calendar.h"
 #include "quality/gnss_time.h"
@@ -41,7 +41,7 @@ struct Simulator {
         e.time = time;
         e.flag = 0;
         e.satelliteCount = 0;
-        const Geodetic g = toGeodetic(truth);
+        const gnss::Geodetic g = gnss::geodeticOf(truth);
         int line = 0;
         for (const auto& [system, number] : nav.satellites()) {
             if (system != 'G' && system != 'E' && system != 'C' && system != 'R') continue;
@@ -55,17 +55,17 @@ struct Simulator {
                 const double th = gnss::kEarthRotationRate * tau;
                 rotated = {s.position[0] * std::cos(th) + s.position[1] * std::sin(th),
                            -s.position[0] * std::sin(th) + s.position[1] * std::cos(th), s.position[2]};
-                tau = distance(rotated, truth) / gnss::kSpeedOfLight;
+                tau = gnss::distance(rotated, truth) / gnss::kSpeedOfLight;
             }
             if (!ok) continue;
             double az, el;
-            azimuthElevation(truth, g, rotated, az, el);
+            gnss::azimuthElevation(truth, gnss::LocalFrame(g), rotated, az, el);
             if (el < 12 * gnss::kPi / 180) continue;
             double f = system == 'C' ? double(gnss::kFrequencyB1) : double(gnss::kFrequencyL1);
             if (system == 'R') f = double(gnss::kFrequencyG1) + nav.glonass(number, trueReceive)->channel * gnss::kChannelStepG1;
             const double iono = (double(gnss::kFrequencyL1) / f) * (double(gnss::kFrequencyL1) / f) *
-                                klobucharDelay(nav.alpha(), nav.beta(), secondsOfWeek(time), g.lat, g.lon, az, el);
-            double p = distance(rotated, truth) + gnss::kSpeedOfLight * (receiverClock - (s.clock - s.groupDelay)) + iono +
+                                klobucharDelay(nav.alpha(), nav.beta(), secondsOfWeek(time), g.latitude, g.longitude, az, el);
+            double p = gnss::distance(rotated, truth) + gnss::kSpeedOfLight * (receiverClock - (s.clock - s.groupDelay)) + iono +
                        troposphereDelay(g.height, el) + noise(random);
             if (outlierEvery && ++line % outlierEvery == 0) p += 80;
             if (e.satellites.size() <= e.satelliteCount) e.satellites.emplace_back();
@@ -104,8 +104,8 @@ TEST(SimulatedPosition, KnownPositionWithinFiveMetres) {
     const Report r = check.finish();
     ASSERT_TRUE(r.position.valid);
     EXPECT_EQ(r.position.epochs, 60);
-    EXPECT_LT(distance(r.position.mean, sim.truth), 5.0);
-    EXPECT_LT(distance(r.position.mean, sim.truth), 0.5); // noise only: the models match
+    EXPECT_LT(gnss::distance(r.position.mean, sim.truth), 5.0);
+    EXPECT_LT(gnss::distance(r.position.mean, sim.truth), 0.5); // noise only: the models match
     EXPECT_NEAR(r.position.lat, 47.3, 1e-5);
     EXPECT_NEAR(r.position.lon, 8.5, 1e-5);
     EXPECT_NEAR(r.position.height, 520.0, 1.0);
@@ -133,7 +133,7 @@ TEST(SimulatedPosition, EachSystemAloneAndOutliersRejected) {
             if (e.satelliteCount < 6 || !spp.solve(e, nullptr, fix)) continue;
             ++solved;
             rejected += fix.rejected;
-            EXPECT_LT(distance(fix.position, sim.truth), 5.0);
+            EXPECT_LT(gnss::distance(fix.position, sim.truth), 5.0);
         }
         EXPECT_GT(solved, 5);
     }
