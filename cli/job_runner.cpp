@@ -91,6 +91,7 @@ void ConversionJob::start() {
             Qt::QueuedConnection);
     worker->setParameters(options_);
     worker->setQualityCheck(qualityCheck_);
+    worker->setOutputThread(outputThread_);
     worker->moveToThread(&thread_);
     thread_.start();
     emit startConvert();
@@ -164,6 +165,9 @@ void JobRunner::startNext() {
     connect(conversion, &ConversionJob::done, this,
             [this, conversion](QString, bool ok, QString msg) { jobDone(conversion, ok, msg); });
     conversion->setQualityCheck(quality_.enabled);
+    // Conversions running side by side already keep the CPUs busy: a second thread each would
+    // only add its hand-over cost.
+    conversion->setOutputThread(std::min(parallel_, jobCount_) <= 1);
     running_ << conversion;
     clocks_[job.input].start();
     outputPaths_[job.input] = job.options.value("Path Output");

@@ -33,6 +33,8 @@ public:
 
     // Check the quality of the files as they are written (before start).
     void setQualityCheck(bool enabled) { qualityCheck_ = enabled; }
+    // See ThreadBinaryToRinex::setOutputThread.
+    void setOutputThread(bool on) { outputThread_ = on; }
     void start();
     // Ends a running conversion without waiting for it: its worker is destroyed, which
     // closes the writer, so the files keep complete headers. No done signal follows.
@@ -66,6 +68,7 @@ private:
     std::atomic<qint64> observationDataStart_{-1};
     std::atomic<qint64> epochRecordLines_{-1};
     bool qualityCheck_ = false;
+    bool outputThread_ = true;
     // Like the counts, set on the worker's thread before its queued finished signal is sent.
     std::shared_ptr<const quality::Report> qualityReport_;
     QString qualityError_;

@@ -76,7 +76,7 @@ void ThreadBinaryToRinex::startConvert() {
         writer_ = new Rinex3xx();
         applyOptions();
         // Epochs are formatted and written on a second thread while this one decodes.
-        writer_->setOutputThread(true);
+        writer_->setOutputThread(outputThread_);
         qualityReport_.reset();
         qualityError_.clear();
         qualitySummary_.clear();

@@ -26,6 +26,9 @@ public:
     ~ThreadBinaryToRinex() override;
 
     void setParameters(const QMap<QString, QString>& parameters);
+    // Epochs formatted and written on a second thread while this one decodes (the default).
+    // The files are the same either way; off, a conversion uses one CPU.
+    void setOutputThread(bool on) { outputThread_ = on; }
     // After a successful conversion (valid from within the finished signal's direct
     // connections): where the observation records start, and the epoch record lines among
     // them; -1 before.
@@ -76,6 +79,7 @@ private:
     qint64 epochRecordLines_ = -1;
     bool inTick_ = false; // the timer must not be deleted inside its own timeout
 
+    bool outputThread_ = true;
     bool qualityEnabled_ = false;
     bool qualityHtmlBeside_ = false;
     std::unique_ptr<ConversionQuality> quality_;
