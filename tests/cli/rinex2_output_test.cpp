@@ -20,6 +20,7 @@
 #include "support/converter_process.h"
 #include "support/files.h"
 #include "support/rinex2_reader.h"
+#include "support/rinex_lines.h"
 #include "support/stream_manifest.h"
 
 namespace {
@@ -47,29 +48,8 @@ QString convert(const QTemporaryDir& dir, const std::string& input, QStringList 
     return dir.filePath("conv.18");
 }
 
-std::vector<std::string> linesOf(const std::string& content) {
-    std::vector<std::string> lines;
-    std::istringstream in(content);
-    std::string line;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-// Header lines up to END OF HEADER with the run date (columns 41-60 of PGM / RUN BY / DATE)
-// masked.
-std::vector<std::string> headerOf(const std::string& content) {
-    std::vector<std::string> header;
-    for (std::string line : linesOf(content)) {
-        if (line.size() >= 80 && line.compare(60, 19, "PGM / RUN BY / DATE") == 0)
-            line.replace(40, 20, std::string(20, '#'));
-        header.push_back(line);
-        if (line.size() >= 73 && line.compare(60, 13, "END OF HEADER") == 0) break;
-    }
-    return header;
-}
+using testsupport::headerOf;
+using testsupport::linesOf;
 
 TEST(Rinex2Output, SampleHeadersEqualTheHandCheckedFilesLineByLine) {
     QTemporaryDir dir;

@@ -17,6 +17,7 @@
 #include "rinex_input/rinex_nav_reader.h"
 #include "rinex_input/rinex_obs_reader.h"
 #include "support/qt_core_application.h"
+#include "support/rinex_lines.h"
 #include "support/stream_manifest.h"
 
 namespace {
@@ -56,29 +57,8 @@ Output convert(QTemporaryDir& dir, const std::string& input, const QStringList& 
     return out;
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    std::string line;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-// The header lines up to END OF HEADER, with the run date (columns 41-60 of PGM / RUN BY /
-// DATE) masked: it is the one field that changes from run to run.
-std::vector<std::string> headerOf(const std::string& text) {
-    std::vector<std::string> header;
-    for (std::string line : linesOf(text)) {
-        if (line.size() >= 80 && line.compare(60, 19, "PGM / RUN BY / DATE") == 0)
-            line.replace(40, 20, std::string(20, '#'));
-        header.push_back(line);
-        if (line.size() >= 73 && line.compare(60, 13, "END OF HEADER") == 0) break;
-    }
-    return header;
-}
+using testsupport::headerOf;
+using testsupport::linesOf;
 
 std::string expectedHeaderPath(const std::string& variant, char letter) {
     return std::string(VELMOOR_TEST_DATA) + "/versions/" + variant + "/cebr-sample." + letter + ".header";
