@@ -92,7 +92,7 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     CommandLine result;
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        "Converts receiver data files (file header and binary log stream) into RINEX 3 files.");
+        "Converts receiver data files (file header and binary log stream) into RINEX files (2.11, 3.02 to 3.05, 4.00).");
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsCompactedShortOptions);
 
     const QCommandLineOption help({"h", "help"}, "Show this help and exit.");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// velmoor-convert: converts receiver data files into RINEX 3 files without a GUI.
+// velmoor-convert: converts receiver data files into RINEX files without a GUI.
 #include <QCoreApplication>
 #include <QDate>
 #include <QFile>
