@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "compression/compact_rinex_encoder.h"
+#include "compression/compact_rinex_stream.h"
 #include "compression/input_blocks.h"
 #include "compression/output_sink.h"
 #include "compression/parallel_encoding.h"
@@ -68,6 +69,24 @@ bool compactRinexGzipFile(const std::string& plainPath, const std::string& gzPat
         return false;
     }
     return finishOutput(sink, encodeFile(plainPath, sink, gzPath, error), gzPath, error);
+}
+
+bool compactRinexFromStream(CompactRinexStream& stream, const std::string& plainPath, const std::string& outputPath,
+                            bool gzip, std::string* error) {
+    FileSink file;
+    GzipSink zipped;
+    OutputSink& sink = gzip ? static_cast<OutputSink&>(zipped) : file;
+    const bool opened = gzip ? zipped.open(outputPath) : file.open(outputPath);
+    if (!opened) {
+        setError(error, outputPath + ": " + sink.error());
+        if (gzip && sink.error() != "already exists") std::remove(outputPath.c_str());
+        return false;
+    }
+    std::string message;
+    bool outputFault = false;
+    const bool ok = stream.writeCompact(plainPath, sink, &message, &outputFault);
+    if (!ok) setError(error, outputFault ? outputPath + ": " + message : message);
+    return finishOutput(sink, ok, outputPath, error);
 }
 
 bool gzipFile(const std::string& path, const std::string& gzPath, std::string* error) {

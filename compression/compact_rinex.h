@@ -8,6 +8,8 @@
 
 namespace compression {
 
+class CompactRinexStream;
+
 // Streams a plain RINEX observation file (3.0x/4.xx give Compact RINEX 3.0, 2.11 gives
 // Compact RINEX 1.0) into a Compact RINEX file. False with a message naming the file and
 // the problem (input unreadable, not an observation file, a line that cannot be encoded,
@@ -20,6 +22,11 @@ bool gzipFile(const std::string& path, const std::string& gzPath, std::string* e
 // Both at once: the Compact RINEX text goes straight into the gzip stream, no
 // intermediate file.
 bool compactRinexGzipFile(const std::string& plainPath, const std::string& gzPath, std::string* error);
+
+// The same result (plain or gzipped) from the body a CompactRinexStream encoded while the
+// plain file was written: the header of the closed plain file, then that body.
+bool compactRinexFromStream(CompactRinexStream& stream, const std::string& plainPath, const std::string& outputPath,
+                            bool gzip, std::string* error);
 
 // The same encoder on text in memory (tests, fuzzing): plain RINEX in, Compact RINEX out.
 // On failure *error holds "line N: what" (and *compact is incomplete).

@@ -73,6 +73,20 @@ bool Rinex3xx::setNavigationMerged(bool merged) {
     return true;
 }
 
+bool Rinex3xx::setObservationBodySink(rinex::ObservationBodySink* sink) {
+    if (open_) return false;
+    bodySink_ = sink;
+    return true;
+}
+
+rinex::ObservationTypeCounts Rinex3xx::observationTypeCounts() const {
+    // Four types (code, phase, Doppler, strength) per signal column, as the header lists them.
+    rinex::ObservationTypeCounts counts;
+    for (auto it = signalMap_.cbegin(); it != signalMap_.cend(); ++it)
+        counts.emplace_back(it.key(), int(it.value().size()) * 4);
+    return counts;
+}
+
 bool Rinex3xx::setProgram(const QByteArray& program, const QByteArray& runBy) {
     if (open_) return false;
     program_ = program.left(20);
@@ -273,6 +287,8 @@ qint64 Rinex3xx::open(const QString& path) {
     const int end = std::snprintf(line, sizeof line, "%60s%-20s\r\n", "", "END OF HEADER");
     total += writeLine(obs, line, end);
     observationDataStart_ = obs.pos();
+    bodyToSink_ = bodySink_ && !rinex::isRinex2(version_);
+    bodySinkBegun_ = false;
 
     for (int i = FileBeidou; i < FileCount; ++i) {
         if (!created_[i]) continue;
@@ -292,6 +308,10 @@ void Rinex3xx::close() {
     pipeline_.reset();
     rinex::CNumericLocale numericLocale;
     flushEpochs();
+    if (bodyToSink_) {
+        bodyToSink_ = false;
+        bodySink_->end(observationTypeCounts());
+    }
 
     if (files_[FileObservation].isOpen()) writeObservationHeader();
 
@@ -537,11 +557,19 @@ qint64 Rinex3xx::writeLine(QFile& file, const char* data, qint64 length) {
 void Rinex3xx::flushEpochs() {
     const int used = epochBlockUsed_;
     epochBlockUsed_ = 0;
+    // The types are known best once the first epochs are formatted: signals that show up
+    // later make the header differ, and the sink then falls back to the finished file.
+    if (used > 0 && bodyToSink_ && !bodySinkBegun_) {
+        bodySinkBegun_ = true;
+        bodySink_->begin(rinex::majorOf(version_), observationTypeCounts(),
+                         QFile::encodeName(files_[FileObservation].fileName()).toStdString());
+    }
     if (used > 0) writeToDevice(files_[FileObservation], epochBlock_.data(), used);
 }
 
 qint64 Rinex3xx::writeToDevice(QFile& file, const char* data, qint64 length) {
     if (length <= 0) return 0;
+    if (bodyToSink_ && &file == &files_[FileObservation]) bodySink_->body(data, size_t(length));
     const qint64 written = file.write(data, length);
     if (written != length) recordWriteError(file);
     return written > 0 ? written : 0;

@@ -19,6 +19,7 @@
 #include "rinex/epoch_observer.h"
 #include "rinex/long_file_name.h"
 #include "rinex/navigation_writer.h"
+#include "rinex/observation_body_sink.h"
 #include "rinex/number_format.h"
 #include "rinex/output_filter.h"
 #include "rinex/rinex2_observation_types.h"
@@ -133,6 +134,9 @@ public:
     // Told every observation record as it is written (not owned; nullptr: none). Unlike the
     // setters it may be set while the files are open.
     void setEpochObserver(rinex::EpochObserver* observer) { epochObserver_ = observer; }
+    // Also handed the observation file's body as it is written (not owned; nullptr: none),
+    // RINEX 3 and 4 only. Set before open.
+    bool setObservationBodySink(rinex::ObservationBodySink* sink);
 
     // Opens base+"O", "C", "L", "N", "G" (base = path without its last character); with merged
     // navigation base+"O" and base+"P".
@@ -334,4 +338,8 @@ private:
     std::vector<std::pair<quint32, quint32>> rinex2Listed_;
     std::vector<char> rinex2Records_;
     rinex::EpochObserver* epochObserver_ = nullptr;
+    rinex::ObservationBodySink* bodySink_ = nullptr;
+    bool bodyToSink_ = false; // between the reserved header and the header written at close
+    bool bodySinkBegun_ = false;
+    rinex::ObservationTypeCounts observationTypeCounts() const;
 };

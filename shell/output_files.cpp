@@ -7,6 +7,7 @@
 
 #include "compression/compact_rinex.h"
 #include "params/output_options.h"
+#include "shell/streamed_compact_rinex.h"
 
 namespace {
 
@@ -54,8 +55,13 @@ QString existingCompressedFile(const QStringList& plainNames, const ConvertOptio
     return QString();
 }
 
+bool compressesToCompactRinex(const ConvertOptions& options) {
+    const QString kind = options.value(outputoptions::Compression);
+    return kind == "crx" || kind == "crx.gz";
+}
+
 bool finishOutputFiles(const QStringList& created, const ConvertOptions& options, QStringList* finalNames,
-                       QString* error) {
+                       QString* error, StreamedCompactRinex* streamed) {
     *finalNames = created;
     const QList<Step> steps = stepsFor(created, options.value(outputoptions::Compression));
     // Nothing is compressed over an existing file; the plain files then stay.
@@ -70,7 +76,9 @@ bool finishOutputFiles(const QStringList& created, const ConvertOptions& options
         const std::string to = QFile::encodeName(step.to).toStdString();
         std::string message;
         bool ok = false;
-        if (step.compact && step.gzip)
+        if (step.compact && streamed && streamed->ready())
+            ok = streamed->writeCompact(from, to, step.gzip, &message);
+        else if (step.compact && step.gzip)
             ok = compression::compactRinexGzipFile(from, to, &message);
         else if (step.compact)
             ok = compression::compactRinexFile(from, to, &message);

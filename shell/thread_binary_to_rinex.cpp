@@ -12,6 +12,7 @@
 #include "rinex/rinex3xx.h"
 #include "shell/conversion_quality.h"
 #include "shell/output_files.h"
+#include "shell/streamed_compact_rinex.h"
 
 namespace {
 
@@ -87,6 +88,11 @@ void ThreadBinaryToRinex::startConvert() {
             // header it cannot read tells why.
             const QString version = parameters_.value(QStringLiteral("Version"));
             if (version.isEmpty() || version.startsWith('3')) writer_->setEpochObserver(quality_->observer());
+        }
+        streamedCompact_.reset();
+        if (compressesToCompactRinex(parameters_)) {
+            streamedCompact_ = std::make_unique<StreamedCompactRinex>(outputThread_);
+            writer_->setObservationBodySink(streamedCompact_.get());
         }
         if (writer_->open(outputPath) == 0)
             throw ConvertFailure{QString("open file failed, %1").arg(outputPath)};
@@ -169,7 +175,9 @@ void ThreadBinaryToRinex::on_timer_timeout() {
         }
     }
     QStringList finalNames;
-    if (!finishOutputFiles(created, parameters_, &finalNames, &writeError)) {
+    const bool filesFinished = finishOutputFiles(created, parameters_, &finalNames, &writeError, streamedCompact_.get());
+    streamedCompact_.reset();
+    if (!filesFinished) {
         quality_.reset();
         emit finished(false, writeError);
         return;

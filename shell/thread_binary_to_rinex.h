@@ -12,6 +12,7 @@
 #include "decoding/stream_sync.h"
 
 class ConversionQuality;
+class StreamedCompactRinex;
 class QFile;
 class QTimer;
 class Rinex3xx;
@@ -83,6 +84,8 @@ private:
     bool qualityEnabled_ = false;
     bool qualityHtmlBeside_ = false;
     std::unique_ptr<ConversionQuality> quality_;
+    // The observation file's Compact RINEX, encoded as the file is written.
+    std::unique_ptr<StreamedCompactRinex> streamedCompact_;
     QTimer* qualityTimer_ = nullptr; // replays the kept records once the files are closed
     QString costText_;
     std::shared_ptr<const quality::Report> qualityReport_;

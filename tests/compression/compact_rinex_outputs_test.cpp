@@ -105,4 +105,49 @@ TEST_F(ConverterOutputs, CompressAndExpandBack) {
 #endif
 }
 
+// The converter's own --compress crx and crx.gz (the body compressed while it is written,
+// on a thread of its own, or on the conversion's one thread when two inputs run side by
+// side): the bytes of the plain output compressed afterwards, and no hidden file left.
+TEST_F(ConverterOutputs, CompressedWhileWrittenEqualsCompressedAfterwards) {
+#ifndef VELMOOR_CONVERT
+    GTEST_SKIP() << "built without the converter (VELMOOR_WITH_QT=OFF)";
+#else
+    const auto dropDates = [](const std::string& s) {
+        // The compact header's date line and the RINEX header's run date.
+        std::string kept;
+        std::istringstream in(s);
+        for (std::string line; std::getline(in, line);)
+            if (line.find("CRINEX PROG / DATE") == std::string::npos && line.find("PGM / RUN BY / DATE") == std::string::npos)
+                kept += line + "\n";
+        return kept;
+    };
+    const std::vector<Input> list = inputs();
+    for (size_t n = 0; n < list.size(); ++n) {
+        const Input& input = list[n];
+        SCOPED_TRACE(input.path + " --mode " + input.mode);
+        const std::string stem = dir_ + "/out" + std::to_string(n);
+        const std::string convert = std::string(VELMOOR_CONVERT) + " -q --mode " + input.mode;
+        ASSERT_EQ(std::system((convert + " -o '" + stem + ".26O' '" + input.path + "'").c_str()), 0);
+        std::string error;
+        ASSERT_TRUE(compression::compactRinexFile(stem + ".26O", stem + ".26D", &error)) << error;
+        const std::string expected = dropDates(readFile(stem + ".26D"));
+
+        fs::create_directory(stem + "-a");
+        ASSERT_EQ(std::system((convert + " --compress crx -o '" + stem + "-a/x.26O' '" + input.path + "'").c_str()), 0);
+        EXPECT_EQ(dropDates(readFile(stem + "-a/x.26D")), expected);
+
+        fs::create_directory(stem + "-b");
+        ASSERT_TRUE(fs::copy_file(input.path, stem + "-b/one.dat"));
+        ASSERT_TRUE(fs::copy_file(input.path, stem + "-b/two.dat"));
+        ASSERT_EQ(std::system((convert + " -j 2 --compress crx.gz '" + stem + "-b/one.dat' '" + stem + "-b/two.dat'").c_str()), 0);
+        EXPECT_EQ(dropDates(testsupport::readGzipFile(stem + "-b/one.26D.gz")), expected);
+        EXPECT_EQ(dropDates(testsupport::readGzipFile(stem + "-b/two.26D.gz")), expected);
+
+        for (const char* folder : {"-a", "-b"})
+            for (const auto& entry : fs::directory_iterator(stem + folder))
+                EXPECT_NE(entry.path().filename().string()[0], '.') << entry.path();
+    }
+#endif
+}
+
 } // namespace
