@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The writer on frames with valid CRCs and hostile bodies, and on text lines.
 // The quality headers come before any Qt header: Qt's keyword macros would rename their fields.
+#include "compression/compact_rinex.h"
+#include "compression/compact_rinex_stream.h"
+#include "compression/output_sink.h"
 #include "quality/check_files.h"
 #include "quality/conversion_feed.h"
 #include "quality/text_report.h"
@@ -100,6 +103,39 @@ qint64 markerSentence(Rinex3xx& writer, ByteReader& in, const Epoch& last) {
     return sendLine(writer, withChecksum("$PPK,MARKER-END," + ids));
 }
 
+// The observation body compressed as it is written, on the writer's thread; event records
+// before the first epoch wait for it.
+class BodyStream : public rinex::ObservationBodySink {
+public:
+    void begin(int majorVersion, const rinex::ObservationTypeCounts& types, const std::string& path) override {
+        const size_t slash = path.rfind('/');
+        begun_ = true;
+        if (stream.start(path.substr(0, slash + 1) + "." + path.substr(slash + 1) + ".crx-body", majorVersion, types))
+            stream.add(early_.data(), early_.size());
+    }
+    void body(const char* data, size_t size) override {
+        if (begun_)
+            stream.add(data, size);
+        else
+            early_.append(data, size);
+    }
+    void end(const rinex::ObservationTypeCounts& types) override { ready = stream.end(types); }
+
+    compression::CompactRinexStream stream;
+    bool ready = false;
+
+private:
+    bool begun_ = false;
+    std::string early_;
+};
+
+// The compact form of a whole text without its second line (the minute of the run).
+std::string withoutRunDate(const std::string& compact) {
+    const size_t first = compact.find('\n');
+    const size_t second = first == std::string::npos ? first : compact.find('\n', first + 1);
+    return second == std::string::npos ? compact : compact.substr(0, first + 1) + compact.substr(second + 1);
+}
+
 void applyOptions(Rinex3xx& writer, ByteReader& in) {
     const uint8_t options = in.u8();
     writer.setPpkMode(1 + (options & 3) % 3);
@@ -187,6 +223,8 @@ std::string run(const uint8_t* data, size_t size, const char* version, bool merg
     qualityOptions.positionInterval = quality::kConversionPositionInterval;
     quality::ConversionFeed feed(qualityOptions);
     writer->setEpochObserver(&feed);
+    BodyStream bodyStream;
+    writer->setObservationBodySink(&bodyStream);
 
     Epoch last;
     while (!in.empty()) {
@@ -244,6 +282,21 @@ std::string run(const uint8_t* data, size_t size, const char* version, bool merg
                                          written.substr(from, written.find('\n', from) - from) + "'");
             }
         }
+    }
+
+    // The body compressed while it was written gives the finished file's compact form.
+    if (bodyStream.ready) {
+        QFile plain(files.value(0));
+        if (!plain.open(QIODevice::ReadOnly)) fail(files.value(0), "missing after close");
+        const QByteArray bytes = plain.readAll();
+        std::string afterwards, streamed, error;
+        if (!compression::compactRinexText(bytes.constData(), size_t(bytes.size()), &afterwards, &error))
+            fail(files.value(0), "encoded while written but not afterwards: " + error);
+        compression::StringSink sink(streamed);
+        if (!bodyStream.stream.writeCompact(QFile::encodeName(files.value(0)).toStdString(), sink, &error, nullptr))
+            fail(files.value(0), "streamed compact file: " + error);
+        if (withoutRunDate(streamed) != withoutRunDate(afterwards))
+            fail(files.value(0), "the compact form encoded while written differs from the finished file's");
     }
 
     // The headers are written over their reservations, so the files hold exactly the bytes
