@@ -8,6 +8,9 @@
 //
 // Each side wakes the other only when there is enough to do (a quarter of the ring) or when
 // it has to wait itself, so that a stream of small jobs does not cost two system calls each.
+// The counts of jobs handed over and handled are atomics: as long as neither side waits, a
+// job passes without either side taking the lock.
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -49,31 +52,36 @@ public:
     // Decoding side: the next free job, waiting while every job of the ring is in use. The
     // job keeps what it held the last time; the caller overwrites what it needs.
     Job& acquire() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        if (published_ - handled_ == jobs_.size()) {
-            wakeOutput();
+        const std::uint64_t published = published_.load(std::memory_order_relaxed);
+        if (published - handled_.load() == jobs_.size()) {
+            std::unique_lock<std::mutex> lock(mutex_);
             producerWaiting_ = true;
-            producerWake_.wait(lock, [this] { return published_ - handled_ < jobs_.size(); });
+            wakeOutput();
+            producerWake_.wait(lock, [&] { return published - handled_.load() < jobs_.size(); });
             producerWaiting_ = false;
         }
-        return jobs_[published_ % jobs_.size()];
+        return jobs_[published % jobs_.size()];
     }
 
     // Decoding side: hands over the job acquire() returned.
     void publish() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        ++published_;
-        if (published_ - handled_ >= batch_) wakeOutput();
+        const std::uint64_t published = published_.load(std::memory_order_relaxed) + 1;
+        published_.store(published);
+        if (outputWaiting_.load() && published - handled_.load() >= batch_) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            wakeOutput();
+        }
     }
 
     // Decoding side: waits until every job handed over has been handled. Afterwards the
     // decoding thread may touch what the handler touches, until it hands over the next job.
     void drain() {
+        const std::uint64_t published = published_.load(std::memory_order_relaxed);
+        if (handled_.load() == published) return;
         std::unique_lock<std::mutex> lock(mutex_);
-        if (published_ == handled_) return;
-        wakeOutput();
         producerWaiting_ = true;
-        producerWake_.wait(lock, [this] { return published_ == handled_; });
+        wakeOutput();
+        producerWake_.wait(lock, [&] { return handled_.load() == published; });
         producerWaiting_ = false;
     }
 
@@ -91,27 +99,32 @@ public:
 private:
     // Called with the mutex held.
     void wakeOutput() {
-        if (outputWaiting_) outputWake_.notify_one();
+        if (outputWaiting_.load()) outputWake_.notify_one();
     }
 
+    // Each side announces its wait (under the lock) before it looks at the other's count a
+    // last time, and each side looks at the other's announcement after it has moved its own
+    // count: one of the two always sees the other, so no wake-up is lost.
     void run() {
-        std::unique_lock<std::mutex> lock(mutex_);
         for (;;) {
-            if (published_ == handled_) {
-                if (stopping_) return;
+            const std::uint64_t handled = handled_.load(std::memory_order_relaxed);
+            if (published_.load() == handled) {
+                std::unique_lock<std::mutex> lock(mutex_);
                 outputWaiting_ = true;
-                outputWake_.wait(lock, [this] { return published_ != handled_ || stopping_; });
+                outputWake_.wait(lock, [&] { return published_.load() != handled || stopping_; });
                 outputWaiting_ = false;
+                if (published_.load() == handled) return; // stopping, nothing left
                 continue;
             }
-            Job& job = jobs_[handled_ % jobs_.size()];
-            lock.unlock();
-            handler_(job);
-            lock.lock();
-            ++handled_;
-            const std::uint64_t pending = published_ - handled_;
-            if (producerWaiting_ && (pending == 0 || jobs_.size() - pending >= batch_))
-                producerWake_.notify_one();
+            handler_(jobs_[handled % jobs_.size()]);
+            handled_.store(handled + 1);
+            if (producerWaiting_.load()) {
+                const std::uint64_t pending = published_.load() - (handled + 1);
+                if (pending == 0 || jobs_.size() - pending >= batch_) {
+                    std::lock_guard<std::mutex> lock(mutex_);
+                    producerWake_.notify_one();
+                }
+            }
         }
     }
 
@@ -122,11 +135,11 @@ private:
     std::mutex mutex_;
     std::condition_variable outputWake_;
     std::condition_variable producerWake_;
-    std::uint64_t published_ = 0; // jobs handed over so far
-    std::uint64_t handled_ = 0;   // jobs the output thread has finished
-    bool outputWaiting_ = false;
-    bool producerWaiting_ = false;
-    bool stopping_ = false;
+    std::atomic<std::uint64_t> published_{0}; // jobs handed over so far (written by the decoding side)
+    std::atomic<std::uint64_t> handled_{0};   // jobs the output thread has finished (written by it)
+    std::atomic<bool> outputWaiting_{false};  // written under the mutex
+    std::atomic<bool> producerWaiting_{false};
+    bool stopping_ = false; // under the mutex
 };
 
 } // namespace rinex
