@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The writer with its output thread writes the same bytes as without: whole recorded
 // streams in every PPK mode, marker events between many epochs, and tiny or empty inputs.
-#include "decoding/stream_sync.h"
 #include "support/stream_manifest.h"
 #include "writer_test_support.h"
 
@@ -10,14 +9,6 @@
 using namespace writertest;
 
 namespace {
-
-void onBoardFrame(const uint8_t* data, uint32_t length, void* user) {
-    static_cast<Rinex3xx*>(user)->handleFrame(data, length);
-}
-void onTextLine(const uint8_t* data, uint32_t length, void* user) {
-    static_cast<Rinex3xx*>(user)->handleTextLine(reinterpret_cast<const char*>(data), length);
-}
-void ignore(const uint8_t*, uint32_t, void*) {}
 
 // Every output file's bytes, without the line that holds the time of the run.
 struct Output {
@@ -71,14 +62,7 @@ Output convertStream(const std::string& name, int ppkMode, bool outputThread, co
     }
     EXPECT_TRUE(w.writer.setOutputThread(outputThread));
     EXPECT_TRUE(w.open());
-    std::vector<uint8_t> buffer(16384);
-    decoding::StreamSync sync{};
-    decoding::init(sync, buffer.data(), uint32_t(buffer.size()), &w.writer);
-    decoding::setOnBoardFrame(sync, onBoardFrame);
-    decoding::setOnTextLine(sync, onTextLine);
-    decoding::setOnUnframed(sync, ignore);
-    decoding::setOnScrambledFrame(sync, ignore);
-    decoding::feed(sync, reinterpret_cast<const uint8_t*>(bytes.data()), uint32_t(bytes.size()));
+    feedStream(w.writer, bytes);
     return finish(w);
 }
 

@@ -2,7 +2,6 @@
 // Whole recorded streams through the synchroniser into the writer, read back with an
 // independent RINEX reader and compared with what each stream's manifest says the
 // observation file must hold.
-#include "decoding/stream_sync.h"
 #include "rinex_input/rinex_obs_reader.h"
 #include "support/stream_manifest.h"
 #include "writer_test_support.h"
@@ -14,14 +13,6 @@
 using namespace writertest;
 
 namespace {
-
-void onBoardFrame(const uint8_t* data, uint32_t length, void* user) {
-    static_cast<Rinex3xx*>(user)->handleFrame(data, length);
-}
-void onTextLine(const uint8_t* data, uint32_t length, void* user) {
-    static_cast<Rinex3xx*>(user)->handleTextLine(reinterpret_cast<const char*>(data), length);
-}
-void ignore(const uint8_t*, uint32_t, void*) {}
 
 struct Conversion {
     testsupport::StreamManifest manifest;
@@ -40,21 +31,8 @@ Conversion convertStream(const std::string& name, int ppkMode) {
     Rinex3xx writer;
     EXPECT_TRUE(writer.setPpkMode(ppkMode));
     EXPECT_GT(writer.open(dir.filePath("stream.18_")), 0);
-    std::vector<uint8_t> buffer(16384);
-    decoding::StreamSync sync{};
-    decoding::init(sync, buffer.data(), uint32_t(buffer.size()), &writer);
-    decoding::setOnBoardFrame(sync, onBoardFrame);
-    decoding::setOnTextLine(sync, onTextLine);
-    decoding::setOnUnframed(sync, ignore);
-    decoding::setOnScrambledFrame(sync, ignore);
     // Uneven chunks, so that frames and sentences straddle chunk borders.
-    const auto* data = reinterpret_cast<const uint8_t*>(bytes.data());
-    size_t at = 0;
-    while (at < bytes.size()) {
-        const size_t n = std::min<size_t>(65521, bytes.size() - at);
-        decoding::feed(sync, data + at, uint32_t(n));
-        at += n;
-    }
+    feedStream(writer, bytes, 65521);
     writer.close();
     c.epochsWritten = writer.epochsWritten();
     c.writeError = writer.writeError();

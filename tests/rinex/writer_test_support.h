@@ -3,6 +3,7 @@
 // Helpers shared by the observation-writer tests: frames from meaningful values, "$PPK"
 // sentences with their checksum, and the output files split into lines.
 #include "decoding/signal_table.h"
+#include "decoding/stream_sync.h"
 #include "decoding/text_sentence.h"
 #include "encoder/board_frame.h"
 #include "encoder/nav_encoder.h"
@@ -13,6 +14,8 @@
 #include <QList>
 #include <QString>
 #include <QTemporaryDir>
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -121,6 +124,34 @@ struct ObservationFile {
 };
 
 // A writer opened on <dir>/obs.23_ (files obs.23O, obs.23C, ...).
+namespace detail {
+inline void onBoardFrame(const uint8_t* data, uint32_t length, void* user) {
+    static_cast<Rinex3xx*>(user)->handleFrame(data, length);
+}
+inline void onTextLine(const uint8_t* data, uint32_t length, void* user) {
+    static_cast<Rinex3xx*>(user)->handleTextLine(reinterpret_cast<const char*>(data), length);
+}
+inline void ignore(const uint8_t*, uint32_t, void*) {}
+} // namespace detail
+
+// A recorded stream through the synchroniser into the writer, in pieces of at most chunk
+// bytes (uneven pieces make frames and sentences straddle their borders).
+inline void feedStream(Rinex3xx& writer, const std::string& bytes, size_t chunk = size_t(UINT32_MAX)) {
+    std::vector<uint8_t> buffer(16384);
+    decoding::StreamSync sync{};
+    decoding::init(sync, buffer.data(), uint32_t(buffer.size()), &writer);
+    decoding::setOnBoardFrame(sync, detail::onBoardFrame);
+    decoding::setOnTextLine(sync, detail::onTextLine);
+    decoding::setOnUnframed(sync, detail::ignore);
+    decoding::setOnScrambledFrame(sync, detail::ignore);
+    const auto* data = reinterpret_cast<const uint8_t*>(bytes.data());
+    for (size_t at = 0; at < bytes.size();) {
+        const size_t n = std::min(chunk, bytes.size() - at);
+        decoding::feed(sync, data + at, uint32_t(n));
+        at += n;
+    }
+}
+
 struct OpenWriter {
     QTemporaryDir dir;
     Rinex3xx writer;

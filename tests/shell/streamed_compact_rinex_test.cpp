@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "compression/compact_rinex.h"
-#include "decoding/stream_sync.h"
 #include "params/output_options.h"
 #include "rinex/writer_test_support.h"
 #include "shell/output_files.h"
@@ -23,25 +22,6 @@
 using namespace writertest;
 
 namespace {
-
-void onBoardFrame(const uint8_t* data, uint32_t length, void* user) {
-    static_cast<Rinex3xx*>(user)->handleFrame(data, length);
-}
-void onTextLine(const uint8_t* data, uint32_t length, void* user) {
-    static_cast<Rinex3xx*>(user)->handleTextLine(reinterpret_cast<const char*>(data), length);
-}
-void ignore(const uint8_t*, uint32_t, void*) {}
-
-void feedStream(Rinex3xx& writer, const std::string& bytes) {
-    std::vector<uint8_t> buffer(16384);
-    decoding::StreamSync sync{};
-    decoding::init(sync, buffer.data(), uint32_t(buffer.size()), &writer);
-    decoding::setOnBoardFrame(sync, onBoardFrame);
-    decoding::setOnTextLine(sync, onTextLine);
-    decoding::setOnUnframed(sync, ignore);
-    decoding::setOnScrambledFrame(sync, ignore);
-    decoding::feed(sync, reinterpret_cast<const uint8_t*>(bytes.data()), uint32_t(bytes.size()));
-}
 
 std::string path(const QString& name) {
     return QFile::encodeName(name).toStdString();
