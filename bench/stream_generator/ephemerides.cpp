@@ -23,29 +23,40 @@ double wrapAngle(double a) {
     return a - 2.0 * kPi * std::floor((a + kPi) / (2.0 * kPi));
 }
 
-// Keplerian elements of a circular model orbit at the reference time.
+// Keplerian elements of a circular model orbit at the reference time, for a receiver that
+// computes the mean motion with the system's gravitational constant mu and turns the Earth
+// at the system's rate earthRotation. The model's orbit plane is fixed in inertial space, so
+// the node moves only by the difference between the model's and the system's Earth rotation.
 struct Elements {
-    double sqrtA, m0, omega, omega0, i0, n;
+    double sqrtA, m0, omega, omega0, i0, deltaN, omegaDot, n;
 };
 
-Elements elementsOf(const Satellite& sat, double tModel, double toeSeconds) {
+Elements elementsOf(const Satellite& sat, double tModel, double toeOfWeek, double mu, double earthRotation) {
     Elements e;
     e.sqrtA = std::sqrt(sat.radius);
     e.n = sat.meanMotion();
-    e.omega = 0.3;
+    e.deltaN = e.n - std::sqrt(mu / (sat.radius * sat.radius * sat.radius));
+    e.omega = 0.3; // any perigee does for a circle; the mean anomaly takes the rest
     e.m0 = wrapAngle(sat.phase + e.n * tModel - e.omega);
-    // The node's Earth-fixed longitude at toe, written as the broadcast form expects it.
-    e.omega0 = wrapAngle(sat.node - kEarthRotation * tModel + kEarthRotation * toeSeconds);
+    // The node's Earth-fixed longitude at toe plus the turn the receiver takes off for toe.
+    e.omega0 = wrapAngle(sat.node - kEarthRotation * tModel + earthRotation * toeOfWeek);
+    e.omegaDot = earthRotation - kEarthRotation;
     e.i0 = sat.inclination;
     return e;
 }
 
-// Reference time of the record valid at model time t: the start of its update period.
-double referenceTime(const StreamClock& clock, double t, double period, double& tModelAtReference,
+// Reference time of the record valid at model time t: the start of its update period in the
+// system's own seconds of week (offset seconds behind GPS time), whole seconds.
+double referenceTime(const StreamClock& clock, double t, double period, double offset, double& tModelAtReference,
                      int& week) {
     double sow = 0;
     clock.at(t, week, sow);
-    const double reference = std::floor(sow / period) * period;
+    sow -= offset;
+    if (sow < 0) {
+        sow += kSecondsPerWeek;
+        --week;
+    }
+    const double reference = std::floor(std::floor(sow / period) * period);
     tModelAtReference = t - (sow - reference);
     return reference;
 }
@@ -54,12 +65,13 @@ encoding::Bytes gpsFrame(const Satellite& sat, const StreamClock& clock, double 
     double tRef = 0;
     int week = 0;
     if (period <= 0) period = 7200.0;
-    const double toe = referenceTime(clock, t, period, tRef, week);
-    const Elements el = elementsOf(sat, tRef, toe);
+    const double toe = referenceTime(clock, t, period, 0, tRef, week);
+    const Elements el = elementsOf(sat, tRef, toe, gnss::kGpsGravitation, kEarthRotation);
     decoding::GpsEphemeris e{};
     e.satellite = uint32_t(sat.number);
     double sow = 0;
-    clock.at(t, week, sow);
+    int frameWeek = 0;
+    clock.at(t, frameWeek, sow);
     e.tow = std::floor(sow / 6.0) * 6.0;
     e.health = 0;
     e.iode1 = e.iode2 = e.iodc = uint32_t(toe / period) % 256;
@@ -67,45 +79,64 @@ encoding::Bytes gpsFrame(const Satellite& sat, const StreamClock& clock, double 
     e.toe = toe;
     e.toc = toe;
     e.a = sat.radius;
-    e.deltaN = 4.3e-9;
+    e.deltaN = el.deltaN;
     e.m0 = el.m0;
-    e.eccentricity = 0.0042 + 0.0003 * (sat.number % 7);
+    e.eccentricity = 0;
     e.omega = el.omega;
-    e.cuc = -1.2e-6;
-    e.cus = 8.1e-6;
-    e.crc = 215.5;
-    e.crs = -21.3;
-    e.cic = 5.6e-8;
-    e.cis = -3.7e-8;
     e.i0 = el.i0;
-    e.iDot = 2.1e-10;
+    e.iDot = 0;
     e.omega0 = el.omega0;
-    e.omegaDot = -8.0e-9;
-    e.tgd = -1.1e-8;
-    e.af0 = 1.0e-5 * (sat.number % 11 - 5);
-    e.af1 = -3.4e-12;
+    e.omegaDot = el.omegaDot;
+    e.tgd = sat.groupDelay;
+    e.af0 = sat.clock(tRef);
+    e.af1 = sat.clockDrift;
     e.af2 = 0;
     e.antiSpoofing = 1;
-    e.correctedMeanMotion = el.n + e.deltaN;
+    e.correctedMeanMotion = el.n;
     e.uraVariance = 4.0;
     return encoding::encodeLogFrame(e, clock.stamp(t));
 }
 
+// Acceleration that the receiver's integration (central field and J2 of the GLONASS frame)
+// lacks to follow the model's pure central field at p: the broadcast lunisolar term.
+Vec3 glonassCorrection(const Vec3& p) {
+    const double r2 = p[0] * p[0] + p[1] * p[1] + p[2] * p[2];
+    const double r = std::sqrt(r2);
+    const double r3 = r2 * r, r5 = r3 * r2;
+    const double a2 = gnss::kGlonassEarthRadius * gnss::kGlonassEarthRadius;
+    const double j = 1.5 * gnss::kGlonassJ2 * gnss::kGlonassGravitation * a2 / r5;
+    const double zz = 5 * p[2] * p[2] / r2;
+    const double central = (gnss::kGlonassGravitation - kEarthGravitation) / r3;
+    return {p[0] * (central + j * (1 - zz)), p[1] * (central + j * (1 - zz)), p[2] * (central + j * (3 - zz))};
+}
+
 encoding::Bytes glonassFrame(const Satellite& sat, const StreamClock& clock, double t, double period) {
     double tRef = 0;
-    int week = 0;
+    int utcWeek = 0;
     if (period <= 0) period = 1800.0;
-    // Records are referred to the middle of their interval (30 minutes usually).
-    const double reference = referenceTime(clock, t, period, tRef, week) + period / 2;
-    tRef += period / 2;
+    // Records are referred to the middle of their interval (30 minutes usually) on the UTC
+    // grid, as the system's frames are.
+    const double half = std::floor(period / 2);
+    const double utcReference = referenceTime(clock, t, period, kLeapSeconds, tRef, utcWeek) + half;
+    tRef += half;
+    // The board gives the reference time in GPS time.
+    int week = utcWeek;
+    double boardReference = utcReference + kLeapSeconds;
+    if (boardReference < 0) {
+        boardReference += kSecondsPerWeek;
+        --week;
+    } else if (boardReference >= kSecondsPerWeek) {
+        boardReference -= kSecondsPerWeek;
+        ++week;
+    }
     decoding::GlonassEphemeris e{};
     e.slot = uint16_t(sat.number + 37);
     e.frequency = uint16_t(sat.glonassChannel + 7);
     e.satelliteType = 1;
     e.week = uint16_t(week);
-    e.referenceTime = uint32_t(std::llround(reference * 1000.0));
+    e.referenceTime = uint32_t(std::llround(boardReference * 1000.0));
     e.timeOffset = uint32_t(gnss::kGlonassSecondsAheadOfUtc - kLeapSeconds);
-    const double moscow = reference - kLeapSeconds + kGlonassAheadOfUtc;
+    const double moscow = utcReference + kGlonassAheadOfUtc;
     e.issue = uint32_t(std::fmod(moscow, kSecondsPerDay) / 900.0);
     e.dayNumber = uint16_t(1 + int(std::floor(moscow / kSecondsPerDay)) % 1461);
     e.health = 0;
@@ -116,12 +147,15 @@ encoding::Bytes glonassFrame(const Satellite& sat, const StreamClock& clock, dou
     e.vx = v[0];
     e.vy = v[1];
     e.vz = v[2];
-    e.ax = e.ay = 0;
-    e.az = -2.8e-6;
-    e.tauN = 2.0e-5 * (sat.number % 5 - 2);
+    const Vec3 a = glonassCorrection(p);
+    e.ax = a[0];
+    e.ay = a[1];
+    e.az = a[2];
+    // The clock is -tauN + gammaN (t - tb).
+    e.tauN = -sat.clock(tRef);
     e.deltaTauN = 0;
-    e.gammaN = 9.1e-13;
-    e.tk = uint32_t(std::fmod(moscow - 900.0 - 30.0, kSecondsPerDay));
+    e.gammaN = sat.clockDrift;
+    e.tk = uint32_t(std::fmod(moscow - 900.0 - 30.0 + kSecondsPerDay, kSecondsPerDay));
     e.pFlags = 0;
     e.ft = 2;
     e.ageOfData = 0;
@@ -133,8 +167,8 @@ encoding::Bytes galileoFrame(const Satellite& sat, const StreamClock& clock, dou
     double tRef = 0;
     int week = 0;
     if (period <= 0) period = 600.0;
-    const double toe = referenceTime(clock, t, period, tRef, week);
-    const Elements el = elementsOf(sat, tRef, toe);
+    const double toe = referenceTime(clock, t, period, 0, tRef, week);
+    const Elements el = elementsOf(sat, tRef, toe, kEarthGravitation, kEarthRotation);
     decoding::GalileoInavEphemeris e{};
     e.satellite = uint32_t(sat.number);
     e.iodNav = uint16_t(uint32_t(toe / period) % 1024);
@@ -143,25 +177,20 @@ encoding::Bytes galileoFrame(const Satellite& sat, const StreamClock& clock, dou
     e.toe = uint32_t(toe);
     e.toc = uint32_t(toe);
     e.m0 = el.m0;
-    e.deltaN = 3.1e-9;
-    e.eccentricity = 0.0002 + 0.0001 * (sat.number % 5);
+    e.deltaN = el.deltaN;
+    e.eccentricity = 0;
     e.sqrtA = el.sqrtA;
     e.i0 = el.i0;
-    e.iDot = -1.5e-10;
+    e.iDot = 0;
     e.omega0 = el.omega0;
     e.omega = el.omega;
-    e.omegaDot = -5.6e-9;
-    e.cuc = 3.4e-6;
-    e.cus = 7.2e-6;
-    e.crc = 180.2;
-    e.crs = 70.4;
-    e.cic = 2.2e-8;
-    e.cis = -1.9e-8;
-    e.af0 = -2.0e-4 + 1.0e-5 * (sat.number % 9);
-    e.af1 = -7.1e-12;
+    e.omegaDot = el.omegaDot;
+    e.af0 = sat.clock(tRef);
+    e.af1 = sat.clockDrift;
     e.af2 = 0;
-    e.bgdE5aE1 = 2.3e-9;
-    e.bgdE5bE1 = 2.6e-9;
+    // Delays that scale with the inverse square of the frequency give both group delays alike.
+    e.bgdE5aE1 = sat.groupDelay;
+    e.bgdE5bE1 = sat.groupDelay;
     return encoding::encodeLogFrame(e, clock.stamp(t));
 }
 
@@ -169,43 +198,33 @@ encoding::Bytes beidouFrame(const Satellite& sat, const StreamClock& clock, doub
     double tRef = 0;
     int week = 0;
     if (period <= 0) period = 3600.0;
-    const double toeGps = referenceTime(clock, t, period, tRef, week);
-    double toe = toeGps - kBeidouTimeOffset; // BeiDou time, aligned to whole hours of BeiDou time
-    int beidouWeek = week - kBeidouWeekOffset;
-    if (toe < 0) {
-        toe += kSecondsPerWeek;
-        --beidouWeek;
-    }
-    const Elements el = elementsOf(sat, tRef, toeGps);
+    // BeiDou time, aligned to whole periods of BeiDou time.
+    const double toe = referenceTime(clock, t, period, kBeidouTimeOffset, tRef, week);
+    const int beidouWeek = week - kBeidouWeekOffset;
+    const Elements el = elementsOf(sat, tRef, toe, gnss::kBeidouGravitation, gnss::kBeidouEarthRotationRate);
     decoding::BeidouEphemeris e{};
     e.satellite = uint32_t(sat.number);
     e.week = uint32_t(beidouWeek);
     e.ura = 2.0;
     e.health = 0;
-    e.tgd1 = 4.5e-9;
-    e.tgd2 = -2.1e-9;
+    e.tgd1 = sat.groupDelay;
+    e.tgd2 = sat.groupDelay2;
     e.aodc = uint32_t(toe / period) % 32;
     e.toc = uint32_t(toe);
-    e.a0 = 3.0e-4 * ((sat.number % 7) - 3) / 3.0;
-    e.a1 = 1.2e-11;
+    e.a0 = sat.clock(tRef);
+    e.a1 = sat.clockDrift;
     e.a2 = 0;
     e.aode = e.aodc;
     e.toe = uint32_t(toe);
     e.sqrtA = el.sqrtA;
-    e.eccentricity = 0.0006 + 0.0001 * (sat.number % 4);
+    e.eccentricity = 0;
     e.omega = el.omega;
-    e.deltaN = 3.9e-9;
+    e.deltaN = el.deltaN;
     e.m0 = el.m0;
     e.omega0 = el.omega0;
-    e.omegaDot = -6.7e-9;
+    e.omegaDot = el.omegaDot;
     e.i0 = el.i0;
-    e.iDot = 1.7e-10;
-    e.cuc = -2.6e-6;
-    e.cus = 9.5e-6;
-    e.crc = 160.6;
-    e.crs = -40.2;
-    e.cic = -8.4e-9;
-    e.cis = 3.1e-8;
+    e.iDot = 0;
     return encoding::encodeLogFrame(e, clock.stamp(t));
 }
 
@@ -250,11 +269,9 @@ encoding::Bytes ephemerisFrame(const Satellite& satellite, const StreamClock& cl
 
 encoding::Bytes ionoUtcFrame(const StreamClock& clock, double t) {
     decoding::IonoUtcParameters p{};
-    const double alpha[4] = {1.1176e-8, 7.4506e-9, -5.9605e-8, -5.9605e-8};
-    const double beta[4] = {90112.0, 0.0, -196608.0, -65536.0};
-    for (int i = 0; i < 4; ++i) {
-        p.alpha[i] = alpha[i];
-        p.beta[i] = beta[i];
+    for (size_t i = 0; i < 4; ++i) {
+        p.alpha[i] = kKlobucharAlpha[i];
+        p.beta[i] = kKlobucharBeta[i];
     }
     int week = 0;
     double sow = 0;

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 // Broadcast records of the synthetic sky as the board's ephemeris, ionosphere/UTC, position
-// and time frames. The orbital elements describe the model's circular orbits well enough to
-// look plausible; nothing reads them back to compute positions.
+// and time frames. They describe the model: Keplerian elements of its circular orbits (exact
+// for GPS, Galileo and BeiDou), GLONASS state vectors whose lunisolar term cancels the
+// Earth's flattening that the receiver integrates, the satellite clocks and group delays in
+// the observations, and the ionosphere coefficients of the delay the observations carry. A
+// receiver's point positioning from them finds the model's antenna.
 #include <cstdint>
 
 #include "encoder/board_frame.h"

@@ -163,11 +163,12 @@ encoding::Bytes header(const bench::SkyOptions& sky) {
 }
 
 int run(const Options& o) {
+    const bench::StreamClock clock;
     bench::SkyOptions skyOptions;
     skyOptions.seed = o.seed;
     skyOptions.elevationMask = o.mask;
+    skyOptions.startSecondsOfWeek = clock.startSeconds;
     bench::SkyModel sky(skyOptions);
-    const bench::StreamClock clock;
     const uint64_t target = uint64_t(o.sizeMb * 1e6);
     const int stepMs = 1000 / o.rate;
 

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "gnss/geodesy.h"
+#include "quality/point_positioning.h"
 #include "sample_generator/position_degrees.h"
 
 namespace bench {
@@ -85,6 +87,25 @@ double carrierOf(const Satellite& sat, const decoding::SignalInfo& signal) {
     return signal.frequency;
 }
 
+// The satellite at the transmission of the signal received at t, in the Earth-fixed frame of
+// the reception (the Earth turns while the signal travels), and the range it travels.
+double signalRange(const Satellite& sat, const Vec3& antenna, double t, Vec3& transmitter) {
+    double travel = 0.075;
+    for (int i = 0; i < 3; ++i) {
+        const Vec3 q = sat.position(t - travel);
+        const double a = kEarthRotation * travel;
+        const double ca = std::cos(a), sa = std::sin(a);
+        transmitter = {q[0] * ca + q[1] * sa, -q[0] * sa + q[1] * ca, q[2]};
+        travel = distance(transmitter, antenna) / kSpeedOfLight;
+    }
+    return travel * kSpeedOfLight;
+}
+
+double signalRange(const Satellite& sat, const Vec3& antenna, double t) {
+    Vec3 unused;
+    return signalRange(sat, antenna, t, unused);
+}
+
 } // namespace
 
 double Noise::uniform() {
@@ -124,9 +145,34 @@ Vec3 Satellite::position(double t) const {
 }
 
 Vec3 Satellite::velocity(double t) const {
-    constexpr double h = 0.01;
-    const Vec3 a = position(t - h), b = position(t + h);
-    return {(b[0] - a[0]) / (2 * h), (b[1] - a[1]) / (2 * h), (b[2] - a[2]) / (2 * h)};
+    if (geostationary) return {0.0, 0.0, 0.0};
+    const double n = meanMotion();
+    const double u = phase + n * t;
+    const double cu = std::cos(u), su = std::sin(u);
+    const double cn = std::cos(node), sn = std::sin(node);
+    const double ci = std::cos(inclination), si = std::sin(inclination);
+    // Inertial velocity, turned into the Earth-fixed frame, less the frame's own turning.
+    const double vx = radius * n * (-su * cn - cu * ci * sn);
+    const double vy = radius * n * (-su * sn + cu * ci * cn);
+    const double vz = radius * n * cu * si;
+    const double theta = kEarthRotation * t;
+    const double ct = std::cos(theta), st = std::sin(theta);
+    const Vec3 p = position(t);
+    return {vx * ct + vy * st + kEarthRotation * p[1], -vx * st + vy * ct - kEarthRotation * p[0], vz};
+}
+
+double Satellite::codeDelay(const decoding::SignalInfo& signal) const {
+    switch (system) {
+    case decoding::SystemGps:
+    case decoding::SystemGalileo: {
+        const double ratio = kGpsL1 / double(signal.frequency);
+        return groupDelay * ratio * ratio;
+    }
+    case decoding::SystemBeidou:
+        return signal.rinexCode[0] == '2' ? groupDelay : signal.rinexCode[0] == '7' ? groupDelay2 : 0.0;
+    default:
+        return 0.0;
+    }
 }
 
 SkyModel::SkyModel(const SkyOptions& options) : options_(options), noise_(options.seed) {
@@ -145,25 +191,39 @@ SkyModel::SkyModel(const SkyOptions& options) : options_(options), noise_(option
     addConstellation(satellites_, decoding::SystemGalileo, 'E', 1, 3, 8, 29600.0, 56.0, 40.0);
     addConstellation(satellites_, decoding::SystemBeidou, 'C', 19, 3, 8, 27906.0, 55.0, 70.0);
 
+    // Signals, and clocks and group delays of the size real satellites show, different for each.
     for (Satellite& sat : satellites_) {
+        const int n = sat.number;
         switch (sat.system) {
         case decoding::SystemGps:
             sat.signals = {row(sat.system, "1C"), row(sat.system, "2W")};
             if (sat.number % 3 != 0) sat.signals.push_back(row(sat.system, "5Q"));
+            sat.clockBias = 1.0e-5 * (n % 11 - 5);
+            sat.clockDrift = 1.0e-12 * (n % 7 - 3);
+            sat.groupDelay = 1.0e-9 * (n % 9 - 4);
             break;
         case decoding::SystemGlonass:
             sat.glonassChannel = kGlonassChannels[(sat.number - 1) % 24];
             sat.signals = {row(sat.system, "1C"), row(sat.system, "2C")};
+            sat.clockBias = -2.0e-5 * (n % 5 - 2);
+            sat.clockDrift = 9.1e-13;
             break;
         case decoding::SystemSbas:
             sat.signals = {row(sat.system, "1C"), row(sat.system, "5I")};
             break;
         case decoding::SystemGalileo:
             sat.signals = {row(sat.system, "1C"), row(sat.system, "5Q"), row(sat.system, "7Q")};
+            sat.clockBias = -2.0e-4 + 1.0e-5 * (n % 9);
+            sat.clockDrift = -7.1e-12;
+            sat.groupDelay = 2.0e-9 + 1.0e-10 * (n % 5);
             break;
         case decoding::SystemBeidou:
             sat.signals = {row(sat.system, "2I"), row(sat.system, "6I")};
             if (sat.number % 2 == 0) sat.signals.push_back(row(sat.system, "7I"));
+            sat.clockBias = 1.0e-4 * (n % 7 - 3);
+            sat.clockDrift = 1.2e-11;
+            sat.groupDelay = 4.5e-9;
+            sat.groupDelay2 = -2.1e-9;
             break;
         default:
             break;
@@ -182,6 +242,9 @@ double SkyModel::elevation(const Satellite& satellite, double t) const {
 EpochSignals SkyModel::observe(double t) {
     EpochSignals epoch;
     int channel = 0;
+    const gnss::Geodetic geodetic{options_.latitude * kDegree, options_.longitude * kDegree, options_.height};
+    const gnss::LocalFrame frame(geodetic);
+    const double secondsOfWeek = std::fmod(options_.startSecondsOfWeek + t, 604800.0);
     for (size_t i = 0; i < satellites_.size(); ++i) {
         const Satellite& sat = satellites_[i];
         Track& track = tracks_[i];
@@ -199,13 +262,20 @@ EpochSignals SkyModel::observe(double t) {
                 n = noise_.integer(-2000, 2000);
         }
 
-        const double range = distance(sat.position(t), antenna_);
+        Vec3 transmitter{};
+        const double range = signalRange(sat, antenna_, t, transmitter);
         constexpr double h = 0.01;
         const double rangeRate =
-            (distance(sat.position(t + h), antenna_) - distance(sat.position(t - h), antenna_)) / (2 * h);
+            (signalRange(sat, antenna_, t + h) - signalRange(sat, antenna_, t - h)) / (2 * h);
+        // The satellite clock as read at transmission.
+        const double satelliteClock = kSpeedOfLight * sat.clock(t - range / kSpeedOfLight);
+        const double satelliteDrift = kSpeedOfLight * sat.clockDrift;
         const double sinEl = std::sin(elevationDeg * kDegree);
-        const double cosEl = std::cos(elevationDeg * kDegree);
-        const double ionoL1 = 4.0 / std::sqrt(1.0 - 0.88 * cosEl * cosEl); // single-layer mapping
+        double azimuth = 0, lineElevation = 0;
+        gnss::azimuthElevation(antenna_, frame, transmitter, azimuth, lineElevation);
+        const double ionoL1 = quality::klobucharDelay(kKlobucharAlpha, kKlobucharBeta, secondsOfWeek,
+                                                      geodetic.latitude, geodetic.longitude, azimuth,
+                                                      std::max(lineElevation, 0.0));
         const double tropo = 2.4 / (sinEl + 0.02);
         const double codeSigma = 0.25 + 0.6 * (1.0 - sinEl);
 
@@ -220,13 +290,14 @@ EpochSignals SkyModel::observe(double t) {
             r.satellite = sat.number;
             r.glonassChannel = sat.glonassChannel;
             r.signal = &signal;
-            r.pseudorange = range + iono + tropo + codeSigma * noise_.gaussian();
+            r.pseudorange = range - satelliteClock + kSpeedOfLight * sat.codeDelay(signal) + iono + tropo +
+                            codeSigma * noise_.gaussian();
             r.pseudorangeStd = codeSigma;
             const double phaseCycles =
-                (range - iono + tropo) / lambda + track.ambiguity[k] + 0.01 * noise_.gaussian();
+                (range - satelliteClock - iono + tropo) / lambda + track.ambiguity[k] + 0.01 * noise_.gaussian();
             r.carrierPhase = -phaseCycles; // the board logs the negated phase
             r.carrierPhaseStd = 0.005;
-            r.doppler = -rangeRate / lambda + 0.03 * noise_.gaussian();
+            r.doppler = -(rangeRate - satelliteDrift) / lambda + 0.03 * noise_.gaussian();
             r.cn0 =
                 std::clamp(34.0 + 14.0 * sinEl + bandOffset(signal) + 0.4 * noise_.gaussian(), 30.0, 50.0);
             r.lockTime = t - track.lockStart;
