@@ -18,21 +18,56 @@ namespace quality {
 
 namespace {
 
+// One 64-bit word per value; the top four bits tell records apart.
+//   value:     tag 0 | field << 48 | lossOfLock << 46 | negative << 45 | thousandths (45 bits)
+//   epoch:     tag 1 | satellites, then a word with the GPS milliseconds
+//   satellite: tag 2 | system << 16 | number
+//   event line: tag 3 | length, then the text in ceil(length / 8) words
+constexpr int kTagShift = 60;
+constexpr uint64_t kTagValue = 0, kTagEpoch = 1, kTagSatellite = 2, kTagEvent = 3;
 constexpr uint64_t kThousandthsMask = (uint64_t(1) << 45) - 1;
+constexpr size_t kBlockWords = 1 << 16;
+constexpr int kMaxFields = 256;
+
+uint64_t tagOf(uint64_t word) {
+    return word >> kTagShift;
+}
 
 } // namespace
 
-ConversionFeed::ConversionFeed(Options options) : options_(options), check_(options) {}
+ConversionFeed::ConversionFeed(Options options) : options_(options), check_(options) {
+    block_.resize(kBlockWords);
+}
 
-ConversionFeed::~ConversionFeed() = default;
+ConversionFeed::~ConversionFeed() {
+    if (spill_) std::fclose(spill_);
+}
+
+void ConversionFeed::put(uint64_t word) {
+    if (blockUsed_ == block_.size()) flush();
+    block_[blockUsed_++] = word;
+}
+
+bool ConversionFeed::flush() {
+    if (blockUsed_ == 0 || spillFailed_) {
+        blockUsed_ = 0;
+        return !spillFailed_;
+    }
+    if (!spill_) spill_ = std::tmpfile();
+    if (!spill_ || std::fwrite(block_.data(), sizeof(uint64_t), blockUsed_, spill_) != blockUsed_)
+        spillFailed_ = true;
+    blockUsed_ = 0;
+    return !spillFailed_;
+}
 
 void ConversionFeed::epoch(int64_t gpsMilliseconds, int satellites) {
-    spill_.epoch(satellites, gpsMilliseconds);
+    put(kTagEpoch << kTagShift | uint64_t(uint32_t(satellites)));
+    put(uint64_t(gpsMilliseconds));
     ++records_;
 }
 
 void ConversionFeed::satellite(char system, int number) {
-    spill_.satellite(system, number);
+    put(kTagSatellite << kTagShift | uint64_t(uint8_t(system)) << 16 | uint64_t(uint16_t(number)));
 }
 
 void ConversionFeed::value(int field, double value, int lossOfLock) {
@@ -40,9 +75,10 @@ void ConversionFeed::value(int field, double value, int lossOfLock) {
     const bool negative = value < 0;
     const double scaled = std::fabs(value) * 1000.0 + 0.5;
     if (!(scaled < (negative ? 1e12 : 1e13))) return;
-    if (field < 0 || field >= FeedSpill::kMaxFields) return;
+    if (field < 0 || field >= kMaxFields) return;
     const uint64_t thousandths = uint64_t(int64_t(scaled));
-    spill_.value(field, thousandths & kThousandthsMask, negative, lossOfLock);
+    put(uint64_t(field) << 48 | uint64_t(lossOfLock != 0) << 46 | uint64_t(negative) << 45 |
+        (thousandths & kThousandthsMask));
 }
 
 void ConversionFeed::eventLine(const char* text, int length) {
@@ -53,9 +89,14 @@ void ConversionFeed::eventLine(const char* text, int length) {
     for (const char* from = text;;) {
         const char* newline = static_cast<const char*>(std::memchr(from, '\n', size_t(end - from)));
         const char* stop = newline ? newline : end;
-        int pieceLength = int(std::min<ptrdiff_t>(stop - from, FeedSpill::kMaxEventLine));
+        int pieceLength = int(std::min<ptrdiff_t>(stop - from, 0xFFFF));
         if (newline && pieceLength > 0 && from[pieceLength - 1] == '\r') --pieceLength;
-        spill_.eventLine(from, pieceLength);
+        put(kTagEvent << kTagShift | uint64_t(pieceLength));
+        for (int at = 0; at < pieceLength; at += 8) {
+            uint64_t word = 0;
+            std::memcpy(&word, from + at, size_t(std::min(8, pieceLength - at)));
+            put(word);
+        }
         if (pieceLength > 0 && from[0] == '>') ++records_;
         if (!newline) break;
         from = newline + 1;
@@ -82,10 +123,11 @@ bool ConversionFeed::prepare(const std::vector<std::string>& files, std::string&
         error = observation + ": " + error;
         return false;
     }
-    if (!spill_.rewind()) {
+    if (!flush() || (spill_ && std::fflush(spill_) != 0)) {
         error = "no room for the records of the quality check in the temporary folder";
         return false;
     }
+    if (spill_) std::rewind(spill_);
     observationPath_ = observation;
     lineNumber_ = reader.lineNumber();
     if (header.leapSeconds >= 0) navigation_.setLeapSeconds(header.leapSeconds);
@@ -99,7 +141,19 @@ bool ConversionFeed::prepare(const std::vector<std::string>& files, std::string&
         for (const std::string& t : types)
             cols.push_back({t[0], t[1], t[2]});
     }
+    blockUsed_ = blockRead_ = 0;
     prepared_ = true;
+    return true;
+}
+
+bool ConversionFeed::nextWord(uint64_t& word) {
+    if (blockRead_ == blockUsed_) {
+        blockRead_ = blockUsed_ = 0;
+        if (!spill_) return false;
+        blockUsed_ = std::fread(block_.data(), sizeof(uint64_t), block_.size(), spill_);
+        if (blockUsed_ == 0) return false;
+    }
+    word = block_[blockRead_++];
     return true;
 }
 
@@ -119,11 +173,11 @@ void ConversionFeed::emitPending() {
 bool ConversionFeed::replay(size_t maxEpochs) {
     if (!prepared_) return true;
     size_t fed = 0;
-    FeedRecord record;
+    uint64_t word = 0;
     // The reader's steps, in the order of the records: what it would skip or report is
     // skipped and reported here too.
     while (fed < maxEpochs || eventLinesLeft_ > 0) {
-        if (!spill_.next(record)) {
+        if (!nextWord(word)) {
             if (eventLinesLeft_ > 0) {
                 problem("the file ends inside an epoch");
                 eventLinesLeft_ = 0;
@@ -131,8 +185,8 @@ bool ConversionFeed::replay(size_t maxEpochs) {
             emitPending();
             return true;
         }
-        switch (record.kind) {
-        case FeedRecord::Epoch: {
+        switch (tagOf(word)) {
+        case kTagEpoch: {
             if (eventLinesLeft_ > 0) {
                 problem("epoch with fewer lines than announced, skipped");
                 eventLinesLeft_ = 0;
@@ -140,8 +194,10 @@ bool ConversionFeed::replay(size_t maxEpochs) {
             emitPending();
             ++fed;
             ++lineNumber_;
-            const gnss::CalendarTime c = gnss::calendarFromMilliseconds(record.milliseconds);
-            const int satellites = record.satellites;
+            uint64_t milliseconds = 0;
+            if (!nextWord(milliseconds)) return true;
+            const gnss::CalendarTime c = gnss::calendarFromMilliseconds(int64_t(milliseconds));
+            const int satellites = int(word & 0xFFFFFFFFu);
             pending_ = true;
             epoch_.flag = 0;
             epoch_.satelliteCount = 0;
@@ -156,7 +212,7 @@ bool ConversionFeed::replay(size_t maxEpochs) {
             lastTime_ = epoch_.time;
             break;
         }
-        case FeedRecord::Satellite: {
+        case kTagSatellite: {
             ++lineNumber_;
             satellite_ = nullptr;
             skipSatellite_ = true;
@@ -164,8 +220,8 @@ bool ConversionFeed::replay(size_t maxEpochs) {
                 problem("epoch line expected");
                 break;
             }
-            const char system = record.system;
-            const int number = record.number;
+            const char system = char(uint8_t(word >> 16));
+            const int number = int(word & 0xFFFF);
             if (number < 1 || number > 63 || systemIndex(system) == 7) {
                 problem("malformed satellite line, satellite skipped");
                 break;
@@ -178,22 +234,28 @@ bool ConversionFeed::replay(size_t maxEpochs) {
             skipSatellite_ = false;
             break;
         }
-        case FeedRecord::Value: {
+        case kTagValue: {
             if (skipSatellite_ || !satellite_) break;
-            const size_t field = size_t(record.field);
+            const size_t field = size_t(word >> 48 & 0xFF);
             const auto& cols = columns_[systemIndex(satellite_->system)];
             if (field >= cols.size()) break;
             Observation o;
             o.type = cols[field].type;
             o.band = cols[field].band;
             o.attribute = cols[field].attribute;
-            o.value = fixedThreeDecimals(record.thousandths, record.negative);
-            o.lli = record.lossOfLock;
+            o.value = fixedThreeDecimals(word & kThousandthsMask, (word >> 45 & 1) != 0);
+            o.lli = int(word >> 46 & 1);
             satellite_->observations.push_back(o);
             break;
         }
-        case FeedRecord::EventLine: {
-            eventText_.assign(record.text, size_t(record.length));
+        case kTagEvent: {
+            const int length = int(word & 0xFFFF);
+            eventText_.assign(size_t(length), ' ');
+            for (int at = 0; at < length; at += 8) {
+                uint64_t text = 0;
+                if (!nextWord(text)) break;
+                std::memcpy(&eventText_[size_t(at)], &text, size_t(std::min(8, length - at)));
+            }
             ++lineNumber_;
             if (eventLinesLeft_ > 0) {
                 if (eventText_.empty() || eventText_[0] != '>') {

@@ -8,10 +8,10 @@
 // replayed into the check once the files are closed. The report equals the one of
 // checkFiles on the written files.
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
-#include "quality/feed_spill.h"
 #include "quality/navigation.h"
 #include "quality/quality_check.h"
 #include "rinex/epoch_observer.h"
@@ -43,6 +43,9 @@ public:
     long records() const { return records_; }
 
 private:
+    void put(uint64_t word);
+    bool flush();
+    bool nextWord(uint64_t& word);
     void emitPending();
     void problem(const std::string& what);
 
@@ -51,7 +54,10 @@ private:
     Navigation navigation_;
     std::string observationPath_;
 
-    FeedSpill spill_;
+    std::FILE* spill_ = nullptr;
+    std::vector<uint64_t> block_; // words waiting for the spill file, or read from it
+    size_t blockUsed_ = 0, blockRead_ = 0;
+    bool spillFailed_ = false;
     long records_ = 0;
 
     // Replay.
