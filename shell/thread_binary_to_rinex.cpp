@@ -91,8 +91,10 @@ void ThreadBinaryToRinex::startConvert() {
         }
         streamedCompact_.reset();
         if (compressesToCompactRinex(parameters_)) {
+            // The second thread encodes then, and this one formats: two busy threads, not three.
             streamedCompact_ = std::make_unique<StreamedCompactRinex>(outputThread_);
             writer_->setObservationBodySink(streamedCompact_.get());
+            writer_->setOutputThread(false);
         }
         if (writer_->open(outputPath) == 0)
             throw ConvertFailure{QString("open file failed, %1").arg(outputPath)};
