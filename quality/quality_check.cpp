@@ -731,13 +731,17 @@ Report QualityCheck::finish() {
     r.occupations = s.occupations;
     r.samples = s.samples;
 
-    if (!s.nav || s.nav->empty())
+    if (!s.nav || s.nav->empty()) {
         r.messages.push_back("no navigation data: no elevations, completeness or positions");
-    else if (!s.visibilityAvailable && s.epochs > 0)
+        r.positionProblem = "no navigation data";
+    } else if (!s.visibilityAvailable && s.epochs > 0) {
         r.messages.push_back("the navigation data does not cover the observation times (a file of another day?): "
                              "no elevations, completeness or positions");
-    else if (s.fixes == 0 && s.epochs > 0)
+        r.positionProblem = "the navigation data are of other times (a file of another day?)";
+    } else if (s.fixes == 0 && s.epochs > 0) {
         r.messages.push_back("no epoch could be positioned (too few satellites with usable ephemerides)");
+        r.positionProblem = "too few satellites with usable ephemerides";
+    }
     if (s.epochs == 0) r.messages.push_back("no observation epochs");
     else if (s.epochs == 1) r.messages.push_back("a single epoch: no interval, gaps or slips");
     if (r.position.headerOffsetFlagged)

@@ -103,6 +103,8 @@ struct Report {
     std::vector<Cn0Curve> cn0Curves;
     double elevationMask = 10;
     std::vector<std::string> messages; // what could not be computed, and why
+    // Why there is no position, in a few words (empty when there is one, or no epochs).
+    std::string positionProblem;
 };
 
 } // namespace quality

@@ -45,7 +45,7 @@ std::vector<std::string> summaryLines(const Report& r) {
                     (p.headerOffsetFlagged ? " - check it" : "");
         lines.push_back(line);
     } else {
-        lines.push_back(r.hasNavigation ? "Position not computed" : "Position not computed: no navigation data");
+        lines.push_back("Position not computed" + (r.positionProblem.empty() ? std::string() : ": " + r.positionProblem));
     }
     if (r.occupations.empty()) {
         lines.push_back("Occupations none");

@@ -94,11 +94,11 @@ TEST_F(TabQuality, SampleConversionShowsTheSummaryAfterTheCompleteLine) {
     EXPECT_TRUE(Complete.match(lines[lines.size() - 7]).hasMatch());
     EXPECT_EQ(lines[lines.size() - 8], "Progress 100%");
     // The sample: half an hour at 30 s of five systems, one PPK occupation; its navigation
-    // records are of another day, so no position.
+    // records are of another day, so no position, and the line says why.
     EXPECT_EQ(summary[0], "Span 2018-07-19T00:00:00Z to 2018-07-19T00:29:30Z (1770 s)");
     EXPECT_EQ(summary[1], "Epochs 60 at 30 s, 0 gaps");
     EXPECT_EQ(summary[2], "Satellites C 6, E 9, G 9, R 10, S 5");
-    EXPECT_EQ(summary[3], "Position not computed");
+    EXPECT_EQ(summary[3], "Position not computed: the navigation data are of other times (a file of another day?)");
     EXPECT_EQ(summary[4], "Occupations 1: PT01 150 s");
     EXPECT_EQ(summary[5], "Quality report " + output + ".qc.html");
 }
