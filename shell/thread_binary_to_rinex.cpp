@@ -90,7 +90,8 @@ void ThreadBinaryToRinex::startConvert() {
             if (version.isEmpty() || version.startsWith('3')) writer_->setEpochObserver(quality_->observer());
         }
         streamedCompact_.reset();
-        if (compressesToCompactRinex(parameters_)) {
+        // RINEX 2.11 is compressed from the finished file (its compact form is version 1.0).
+        if (compressesToCompactRinex(parameters_) && parameters_.value(QStringLiteral("Version")) != "2.11") {
             // The second thread encodes then, and this one formats: two busy threads, not three.
             streamedCompact_ = std::make_unique<StreamedCompactRinex>(outputThread_);
             writer_->setObservationBodySink(streamedCompact_.get());
