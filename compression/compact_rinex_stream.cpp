@@ -62,6 +62,8 @@ void CompactRinexStream::encodeLines(const char* data, size_t size) {
         const char* lf = static_cast<const char*>(std::memchr(p, '\n', size_t(stop - p)));
         if (!lf) {
             partial_.append(p, size_t(stop - p));
+            // No RINEX line is this long: the body is not one the encoder could take.
+            if (partial_.size() > LineBlocks::kMaxRawLine) failed_ = true;
             return;
         }
         if (!partial_.empty()) {

@@ -113,6 +113,7 @@ void ThreadBinaryToRinex::startConvert() {
         timer_->start(0);
     } catch (const ConvertFailure& failure) {
         releaseResources();
+        streamedCompact_.reset();
         emit finished(false, failure.text);
     }
 }
@@ -134,6 +135,7 @@ void ThreadBinaryToRinex::on_timer_timeout() {
         // A failing read never reaches the end of the file: stop instead of spinning.
         const QString text = QString("read file failed, %1").arg(inputFile_->fileName());
         writer_->close();
+        streamedCompact_.reset();
         inTick_ = true;
         releaseResources();
         inTick_ = false;
@@ -166,6 +168,7 @@ void ThreadBinaryToRinex::on_timer_timeout() {
     releaseResources();
     inTick_ = false;
     if (!writeError.isEmpty()) {
+        streamedCompact_.reset(); // its hidden body file goes with it
         emit finished(false, writeError);
         return;
     }
