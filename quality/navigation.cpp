@@ -230,6 +230,7 @@ void Navigation::add(const KeplerEphemeris& eph) {
         if (e.number == eph.number && e.toe == eph.toe && e.toc == eph.toc && e.galileoFnav == eph.galileoFnav)
             return; // the same record again
     list.push_back(eph);
+    ordered_ = false;
 }
 
 void Navigation::add(const GlonassEphemeris& eph) {
@@ -238,6 +239,7 @@ void Navigation::add(const GlonassEphemeris& eph) {
     for (const GlonassEphemeris& g : list)
         if (g.toc == eph.toc) return;
     list.push_back(eph);
+    ordered_ = false;
     glonassCache_[eph.number] = GlonassCache{}; // the vector may have moved
 }
 
@@ -247,38 +249,87 @@ void Navigation::setKlobuchar(const std::array<double, 4>& alpha, const std::arr
     hasKlobuchar_ = true;
 }
 
-const KeplerEphemeris* Navigation::kepler(char system, int number, double t) const {
-    const KeplerEphemeris* best = nullptr;
-    double bestAge = validityOf(system);
-    for (int pass = 0; pass < 2 && !best; ++pass) {
-        if (number < 1 || number > 63) return nullptr;
-        for (const KeplerEphemeris& e : kepler_[systemIndex(system)][number]) {
-            if (!e.healthy) continue;
-            if (system == 'E' && e.galileoFnav != (pass == 1)) continue;
-            const double age = std::fabs(t - e.toe);
-            if (age <= bestAge) {
-                bestAge = age;
-                best = &e;
-            }
+namespace {
+
+// Positions of the records, by reference time and then by position. A record without a
+// finite reference time is never chosen (its age compares with nothing) and is left out.
+template <typename Record, typename Reference>
+void orderBy(const std::vector<Record>& records, std::vector<uint32_t>& order, Reference reference) {
+    order.clear();
+    for (uint32_t i = 0; i < records.size(); ++i)
+        if (std::isfinite(reference(records[i]))) order.push_back(i);
+    std::stable_sort(order.begin(), order.end(),
+                     [&](uint32_t a, uint32_t b) { return reference(records[a]) < reference(records[b]); });
+}
+
+// The accepted record of least age |t - reference| up to limit, and among records of equal
+// age the last in the list: the one a scan of the whole list in its order keeps when it
+// takes every record whose age is not above the best so far. Ages grow away from t in both
+// directions of the ordered positions, so the search stops at the first age above the best.
+template <typename Record, typename Reference, typename Accept>
+const Record* nearest(const std::vector<Record>& records, const std::vector<uint32_t>& order, double t, double limit,
+                      Reference reference, Accept accept) {
+    const auto split = std::lower_bound(order.begin(), order.end(), t,
+                                        [&](uint32_t i, double time) { return reference(records[i]) < time; });
+    const Record* best = nullptr;
+    double bestAge = limit;
+    int64_t bestPosition = -1;
+    const auto consider = [&](uint32_t i) {
+        const Record& r = records[i];
+        const double age = std::fabs(t - reference(r));
+        if (!(age <= bestAge)) return false;
+        if (accept(r) && (age < bestAge || int64_t(i) > bestPosition)) {
+            best = &r;
+            bestAge = age;
+            bestPosition = int64_t(i);
         }
-        if (system != 'E') break;
-    }
+        return true;
+    };
+    for (auto it = split; it != order.begin();)
+        if (!consider(*--it)) break;
+    for (auto it = split; it != order.end(); ++it)
+        if (!consider(*it)) break;
     return best;
 }
 
-const GlonassEphemeris* Navigation::glonass(int number, double t) const {
-    const GlonassEphemeris* best = nullptr;
-    double bestAge = validityOf('R');
+double toeOf(const KeplerEphemeris& e) {
+    return e.toe;
+}
+double tocOf(const GlonassEphemeris& g) {
+    return g.toc;
+}
+
+} // namespace
+
+void Navigation::order() const {
+    if (ordered_) return;
+    for (int s = 0; s < 8; ++s)
+        for (int n = 0; n < 64; ++n)
+            orderBy(kepler_[s][n], keplerOrder_[s][n], toeOf);
+    for (int n = 0; n < 64; ++n)
+        orderBy(glonass_[n], glonassOrder_[n], tocOf);
+    ordered_ = true;
+}
+
+const KeplerEphemeris* Navigation::kepler(char system, int number, double t) const {
     if (number < 1 || number > 63) return nullptr;
-    for (const GlonassEphemeris& g : glonass_[number]) {
-        if (!g.healthy) continue;
-        const double age = std::fabs(t - g.toc);
-        if (age <= bestAge) {
-            bestAge = age;
-            best = &g;
-        }
+    order();
+    const int s = systemIndex(system);
+    // Galileo: an I/NAV record when there is one, else an F/NAV record.
+    for (int pass = 0; pass < 2; ++pass) {
+        const KeplerEphemeris* best =
+            nearest(kepler_[s][number], keplerOrder_[s][number], t, validityOf(system), toeOf,
+                    [&](const KeplerEphemeris& e) { return e.healthy && (system != 'E' || e.galileoFnav == (pass == 1)); });
+        if (best || system != 'E') return best;
     }
-    return best;
+    return nullptr;
+}
+
+const GlonassEphemeris* Navigation::glonass(int number, double t) const {
+    if (number < 1 || number > 63) return nullptr;
+    order();
+    return nearest(glonass_[number], glonassOrder_[number], t, validityOf('R'), tocOf,
+                   [](const GlonassEphemeris& g) { return g.healthy; });
 }
 
 bool Navigation::state(char system, int number, double t, SatelliteState& out) const {

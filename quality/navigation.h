@@ -3,6 +3,7 @@
 // Broadcast navigation data for the quality check: the ephemerides of every satellite, the
 // ionosphere coefficients, and the choice of the record that applies at a given time.
 #include <array>
+#include <cstdint>
 #include <istream>
 #include <string>
 #include <vector>
@@ -41,8 +42,15 @@ public:
     const std::vector<std::string>& problems() const { return problems_; }
 
 private:
+    void order() const;
+
     std::vector<KeplerEphemeris> kepler_[8][64]; // per system index and satellite number
     std::vector<GlonassEphemeris> glonass_[64];
+    // The records' positions in their lists, by reference time (then by position): a lookup
+    // looks only at the records around its time, however many a day of data holds.
+    mutable std::vector<uint32_t> keplerOrder_[8][64];
+    mutable std::vector<uint32_t> glonassOrder_[64];
+    mutable bool ordered_ = true;
     std::array<double, 4> alpha_{}, beta_{};
     bool hasKlobuchar_ = false;
     int leapSeconds_ = -1;
