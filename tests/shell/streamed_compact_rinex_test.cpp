@@ -43,7 +43,7 @@ QByteArray compactAfterwards(const OpenWriter& w) {
 }
 
 QStringList hiddenFiles(const OpenWriter& w) {
-    return QDir(w.dir.path()).entryList(QDir::Hidden | QDir::Files | QDir::NoDotAndDotDot).filter(QRegExp("^\\."));
+    return QDir(w.dir.path()).entryList({QStringLiteral(".*")}, QDir::Hidden | QDir::Files | QDir::NoDotAndDotDot);
 }
 
 struct Case {
