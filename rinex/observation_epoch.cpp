@@ -250,10 +250,7 @@ qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
 
     size_t begin = 0;
     while (begin < entries.size()) {
-        size_t end = begin + 1;
-        while (end < entries.size() && entries[end].system == entries[begin].system &&
-               entries[end].satellite == entries[begin].satellite)
-            ++end;
+        const size_t end = epoch.satelliteEnd(begin);
         if (epochBlockUsed_ + kLineCapacity > kEpochBlockCapacity) flushEpochs();
         const int length = formatSatelliteLine(epochBlock_.data() + epochBlockUsed_, entries.data() + begin,
                                                entries.data() + end);

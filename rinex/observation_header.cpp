@@ -96,6 +96,25 @@ qint64 Rinex3xx::writeEventLine(const char* format, ...) {
     return written;
 }
 
+qint64 Rinex3xx::writeStationLines(double x, double y, double z) {
+    qint64 written = 0;
+    written += writeHeaderLine("%-20s%-40s%-20s\r\n", observer_.constData(), agency_.constData(), "OBSERVER / AGENCY");
+    written += writeHeaderLine("%-20s%-20s%-20s%-20s\r\n", receiverNumber_.constData(), receiverType_.constData(),
+                               receiverVersion_.constData(), "REC # / TYPE / VERS");
+    written += writeHeaderLine("%-20s%-20s%20s%-20s\r\n", antennaNumber_.constData(), antennaType_.constData(), "",
+                               "ANT # / TYPE");
+    written += writeHeaderLine("%14.4f%14.4f%14.4f%18s%-20s\r\n", x, y, z, "", "APPROX POSITION XYZ");
+    written += writeHeaderLine("%14.4f%14.4f%14.4f%18s%-20s\r\n", antennaDeltaH_, antennaDeltaE_, antennaDeltaN_, "",
+                               "ANTENNA: DELTA H/E/N");
+    // Neither version has a line for the measured height: it is kept as a comment.
+    if (antennaHeight_ != rinex::kNoValue) {
+        char text[61];
+        std::snprintf(text, sizeof text, "PHASE CENTER TO ARP HEIGHT = %.3f m", antennaHeight_);
+        written += writeHeaderLine("%-60s%-20s\r\n", text, "COMMENT");
+    }
+    return written;
+}
+
 qint64 Rinex3xx::writeObsTypes(const SignalMap& signalMap) {
     static const char kLabel[] = "SYS / # / OBS TYPES";
     static const char kTypeLetters[] = {'C', 'L', 'D', 'S'};
@@ -193,7 +212,6 @@ bool Rinex3xx::writeObservationHeader() {
     const QDate today = now.date();
     const QTime clock = now.time();
 
-    const bool antennaHeightGiven = antennaHeight_ != rinex::kNoValue;
     double x = 0, y = 0, z = 0;
     approximatePosition(x, y, z);
 
@@ -210,19 +228,7 @@ bool Rinex3xx::writeObservationHeader() {
     writeHeaderLine("%-60s%-20s\r\n", markerName_.constData(), "MARKER NAME");
     writeHeaderLine("%-20s%40s%-20s\r\n", markerNumber_.constData(), "", "MARKER NUMBER");
     writeHeaderLine("%-20s%40s%-20s\r\n", markerType_.constData(), "", "MARKER TYPE");
-    writeHeaderLine("%-20s%-40s%-20s\r\n", observer_.constData(), agency_.constData(), "OBSERVER / AGENCY");
-    writeHeaderLine("%-20s%-20s%-20s%-20s\r\n", receiverNumber_.constData(), receiverType_.constData(),
-                    receiverVersion_.constData(), "REC # / TYPE / VERS");
-    writeHeaderLine("%-20s%-20s%20s%-20s\r\n", antennaNumber_.constData(), antennaType_.constData(), "",
-                    "ANT # / TYPE");
-    writeHeaderLine("%14.4f%14.4f%14.4f%18s%-20s\r\n", x, y, z, "", "APPROX POSITION XYZ");
-    writeHeaderLine("%14.4f%14.4f%14.4f%18s%-20s\r\n", antennaDeltaH_, antennaDeltaE_, antennaDeltaN_, "",
-                    "ANTENNA: DELTA H/E/N");
-    if (antennaHeightGiven) {
-        char text[61];
-        std::snprintf(text, sizeof text, "PHASE CENTER TO ARP HEIGHT = %.3f m", antennaHeight_);
-        writeHeaderLine("%-60s%-20s\r\n", text, "COMMENT");
-    }
+    writeStationLines(x, y, z);
 
     // RINEX 3.02 names the BeiDou B1 signal 1I where later versions say 2I.
     SignalMap signalMap = signalMap_;

@@ -183,10 +183,7 @@ qint64 Rinex3xx::writeRinex2Epoch(const EpochWorkArea& epoch) {
     listed.clear();
     size_t begin = 0;
     while (begin < entries.size()) {
-        size_t end = begin + 1;
-        while (end < entries.size() && entries[end].system == entries[begin].system &&
-               entries[end].satellite == entries[begin].satellite)
-            ++end;
+        const size_t end = epoch.satelliteEnd(begin);
         if (rinex::isRinex2System(entries[begin].system) && entries[begin].satellite < kSatellites)
             listed.emplace_back(quint32(begin), quint32(end));
         begin = end;

@@ -60,19 +60,7 @@ bool Rinex3xx::writeRinex2ObservationHeader() {
     writeHeaderLine("%-20s%40s%-20s\r\n", markerNumber_.left(20).constData(), "", "MARKER NUMBER");
     // 2.11 has no MARKER TYPE line: the type is kept as a comment.
     writeHeaderLine("MARKER TYPE = %-46s%-20s\r\n", markerType_.constData(), "COMMENT");
-    writeHeaderLine("%-20s%-40s%-20s\r\n", observer_.constData(), agency_.constData(), "OBSERVER / AGENCY");
-    writeHeaderLine("%-20s%-20s%-20s%-20s\r\n", receiverNumber_.constData(), receiverType_.constData(),
-                    receiverVersion_.constData(), "REC # / TYPE / VERS");
-    writeHeaderLine("%-20s%-20s%20s%-20s\r\n", antennaNumber_.constData(), antennaType_.constData(), "",
-                    "ANT # / TYPE");
-    writeHeaderLine("%14.4f%14.4f%14.4f%18s%-20s\r\n", x, y, z, "", "APPROX POSITION XYZ");
-    writeHeaderLine("%14.4f%14.4f%14.4f%18s%-20s\r\n", antennaDeltaH_, antennaDeltaE_, antennaDeltaN_, "",
-                    "ANTENNA: DELTA H/E/N");
-    if (antennaHeight_ != rinex::kNoValue) {
-        char text[61];
-        std::snprintf(text, sizeof text, "PHASE CENTER TO ARP HEIGHT = %.3f m", antennaHeight_);
-        writeHeaderLine("%-60s%-20s\r\n", text, "COMMENT");
-    }
+    writeStationLines(x, y, z);
     // Full cycles on L1 and L2 for every satellite: no satellite-specific lines.
     writeHeaderLine("%6d%6d%48s%-20s\r\n", 1, 1, "", "WAVELENGTH FACT L1/2");
     writeRinex2ObservationTypes();

@@ -76,6 +76,14 @@ struct EpochWorkArea {
     void add(const decoding::RangeObservation& obs);
     // Orders the entries by system, satellite and code; equal ones keep the decoder's order.
     void sort();
+    // The end of the run of entries of the satellite at begin (entries sorted).
+    size_t satelliteEnd(size_t begin) const {
+        size_t end = begin + 1;
+        while (end < entries.size() && entries[end].system == entries[begin].system &&
+               entries[end].satellite == entries[begin].satellite)
+            ++end;
+        return end;
+    }
     void reserve(size_t count);
 
 private:
@@ -203,6 +211,9 @@ private:
 #endif
         ;
     qint64 writeHeaderBytes(const char* data, qint64 length);
+    // OBSERVER / AGENCY to ANTENNA: DELTA H/E/N and the antenna height comment, alike in
+    // every version's observation header.
+    qint64 writeStationLines(double x, double y, double z);
     qint64 writeObsTypes(const SignalMap& signalMap);
     qint64 writeGlonassSlots();
     qint64 writeStartOfMoving();
