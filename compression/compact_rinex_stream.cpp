@@ -129,14 +129,9 @@ bool CompactRinexStream::writeCompact(const std::string& plainPath, OutputSink& 
     // Then the body as it was encoded.
     InputFile body;
     if (!body.open(bodyPath_)) return fail(bodyPath_ + ": cannot be read: " + body.error());
-    std::vector<char> buffer(LineBlocks::kReadBlock);
-    for (;;) {
-        const ssize_t n = body.read(buffer.data(), buffer.size());
-        if (n < 0) return fail(bodyPath_ + ": read failed: " + body.error());
-        if (n == 0) break;
-        if (!sink.write(buffer.data(), size_t(n))) return failWrite(sink.error());
-    }
-    return true;
+    bool readFailed = false;
+    if (sink.append(body, &readFailed)) return true;
+    return readFailed ? fail(bodyPath_ + ": read failed: " + body.error()) : failWrite(sink.error());
 }
 
 } // namespace compression

@@ -19,6 +19,7 @@ public:
     // Bytes read (0 at the end), -1 on failure (error() says why).
     ssize_t read(char* into, size_t size);
     const std::string& error() const { return error_; }
+    int descriptor() const { return fd_; }
 
 private:
     int fd_ = -1;

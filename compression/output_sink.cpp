@@ -8,7 +8,19 @@
 #include <vector>
 #include <zlib.h>
 
+#include "compression/input_blocks.h"
+
 namespace compression {
+
+bool OutputSink::append(InputFile& input, bool* readFailed) {
+    std::vector<char> buffer(size_t(1) << 20);
+    for (;;) {
+        const ssize_t n = input.read(buffer.data(), buffer.size());
+        if (n == 0) return true;
+        *readFailed = n < 0;
+        if (n < 0 || !write(buffer.data(), size_t(n))) return false;
+    }
+}
 
 FileSink::~FileSink() {
     if (fd_ >= 0) ::close(fd_);
@@ -36,6 +48,22 @@ bool FileSink::write(const char* data, size_t size) {
         size -= size_t(n);
     }
     return true;
+}
+
+bool FileSink::append(InputFile& input, bool* readFailed) {
+    for (;;) {
+        const ssize_t n = ::copy_file_range(input.descriptor(), nullptr, fd_, nullptr, size_t(1) << 30, 0);
+        if (n == 0) return true;
+        if (n > 0) continue;
+        if (errno == EINTR) continue;
+        // Not between these file systems (or not on this kernel): through a buffer, from
+        // where the copy stopped (both offsets moved with what was copied).
+        if (errno == EXDEV || errno == ENOSYS || errno == EINVAL || errno == EOPNOTSUPP || errno == EPERM)
+            return OutputSink::append(input, readFailed);
+        *readFailed = false;
+        error_ = std::string("write failed: ") + std::strerror(errno);
+        return false;
+    }
 }
 
 bool FileSink::close() {

@@ -7,11 +7,16 @@
 
 namespace compression {
 
+class InputFile;
+
 class OutputSink {
 public:
     virtual ~OutputSink() = default;
     // False on a write failure; error() then says what happened.
     virtual bool write(const char* data, size_t size) = 0;
+    // Writes the rest of input. False on a failure: *readFailed tells input's (input.error()
+    // says what) from the sink's own (error()).
+    virtual bool append(InputFile& input, bool* readFailed);
     // Flushes and closes; false if anything written could not be stored.
     virtual bool close() = 0;
     virtual std::string error() const = 0;
@@ -24,6 +29,9 @@ public:
     ~FileSink() override;
     bool open(const std::string& path);
     bool write(const char* data, size_t size) override;
+    // File to file inside the kernel when the file systems allow it: no copy through this
+    // process (an encoded body of tens of megabytes is appended at the end of a conversion).
+    bool append(InputFile& input, bool* readFailed) override;
     bool close() override;
     std::string error() const override { return error_; }
 

@@ -16,23 +16,13 @@
 #include "compression/compact_rinex.h"
 #include "support/compact_rinex_expander.h"
 #include "support/stream_manifest.h"
+#include "support/plain_files.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
 const std::string kRinexData = std::string(VELMOOR_TEST_DATA) + "/rinex/";
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-void writeFile(const std::string& path, const std::string& content) {
-    std::ofstream(path, std::ios::binary) << content;
-}
 
 class CompactRinexFiles : public ::testing::Test {
 protected:
@@ -79,12 +69,12 @@ TEST_F(CompactRinexFiles, RinexFilesRoundTrip) {
     for (const auto& input : inputs) {
         SCOPED_TRACE(input.name);
         const std::string plain =
-            input.gzipped ? testsupport::readGzipFile(kRinexData + input.name) : readFile(kRinexData + input.name);
+            input.gzipped ? testsupport::readGzipFile(kRinexData + input.name) : testsupport::fileContents(kRinexData + input.name);
         const std::string plainPath = path("in.rnx");
-        writeFile(plainPath, plain);
+        testsupport::writeContents(plainPath, plain);
         std::string error;
         ASSERT_TRUE(compression::compactRinexFile(plainPath, path("out.crx"), &error)) << error;
-        const std::string compact = readFile(path("out.crx"));
+        const std::string compact = testsupport::fileContents(path("out.crx"));
         expectRoundTrip(plain, compact);
         EXPECT_LT(compact.size(), plain.size());
         EXPECT_EQ(compact.substr(0, 3), plain[5] == '2' ? "1.0" : "3.0");
@@ -100,17 +90,17 @@ TEST_F(CompactRinexFiles, GzipReadsBackWithZlib) {
     std::string content;
     for (int i = 0; i < 200000; ++i) content += "line " + std::to_string(i * 7919 % 100003) + "\r\n";
     content += std::string("\0\x01\xff binary tail", 16);
-    writeFile(path("x.26O"), content);
+    testsupport::writeContents(path("x.26O"), content);
     std::string error;
     ASSERT_TRUE(compression::gzipFile(path("x.26O"), path("x.26O.gz"), &error)) << error;
-    const std::string gz = readFile(path("x.26O.gz"));
+    const std::string gz = testsupport::fileContents(path("x.26O.gz"));
     ASSERT_GE(gz.size(), 18u);
     EXPECT_EQ(uint8_t(gz[0]), 0x1f); // the gzip magic
     EXPECT_EQ(uint8_t(gz[1]), 0x8b);
     EXPECT_EQ(testsupport::readGzipFile(path("x.26O.gz")), content);
     EXPECT_LT(gz.size(), content.size() / 3);
     // An empty file gives a valid, empty gzip stream.
-    writeFile(path("empty"), "");
+    testsupport::writeContents(path("empty"), "");
     ASSERT_TRUE(compression::gzipFile(path("empty"), path("empty.gz"), &error)) << error;
     EXPECT_EQ(testsupport::readGzipFile(path("empty.gz")), "");
 }
@@ -127,7 +117,7 @@ TEST_F(CompactRinexFiles, FailuresNameTheFileAndLeaveNothingBehind) {
     EXPECT_TRUE(files().empty());
 
     // Not an observation file: a navigation file.
-    writeFile(path("nav.26N"), readFile(kRinexData + "ELKO00USA_R_20182100000_01D_MN_subset.rnx"));
+    testsupport::writeContents(path("nav.26N"), testsupport::fileContents(kRinexData + "ELKO00USA_R_20182100000_01D_MN_subset.rnx"));
     EXPECT_FALSE(compression::compactRinexFile(path("nav.26N"), path("nav.26D"), &error));
     EXPECT_EQ(error, path("nav.26N") + ": line 1: not a RINEX observation file (first line is not an observation "
                                        "RINEX VERSION / TYPE line)");
@@ -135,11 +125,11 @@ TEST_F(CompactRinexFiles, FailuresNameTheFileAndLeaveNothingBehind) {
     EXPECT_EQ(files(), std::vector<std::string>{"nav.26N"});
 
     // Damage deep inside a long file: the partial output is removed.
-    std::string plain = readFile(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx");
+    std::string plain = testsupport::fileContents(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx");
     const std::string epochs = plain.substr(plain.find("> 2018"));
     for (int i = 0; i < 50; ++i) plain += epochs; // about 1.2 MB
     plain += "> 2018 07 19 00 01 30.0000000  0  1\nG01     1234.5678\n";
-    writeFile(path("long.26O"), plain);
+    testsupport::writeContents(path("long.26O"), plain);
     EXPECT_FALSE(compression::compactRinexFile(path("long.26O"), path("long.26D"), &error));
     EXPECT_NE(error.find(path("long.26O") + ": line "), std::string::npos) << error;
     EXPECT_NE(error.find("not a number of the form F14.3"), std::string::npos) << error;
@@ -147,14 +137,14 @@ TEST_F(CompactRinexFiles, FailuresNameTheFileAndLeaveNothingBehind) {
     EXPECT_EQ(files(), (std::vector<std::string>{"long.26O", "nav.26N"}));
 
     // An existing output is never replaced.
-    writeFile(path("obs.26O"), readFile(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx"));
-    writeFile(path("obs.26D"), "keep");
+    testsupport::writeContents(path("obs.26O"), testsupport::fileContents(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx"));
+    testsupport::writeContents(path("obs.26D"), "keep");
     EXPECT_FALSE(compression::compactRinexFile(path("obs.26O"), path("obs.26D"), &error));
     EXPECT_EQ(error, path("obs.26D") + ": already exists");
-    EXPECT_EQ(readFile(path("obs.26D")), "keep");
-    writeFile(path("obs.26O.gz"), "keep");
+    EXPECT_EQ(testsupport::fileContents(path("obs.26D")), "keep");
+    testsupport::writeContents(path("obs.26O.gz"), "keep");
     EXPECT_FALSE(compression::gzipFile(path("obs.26O"), path("obs.26O.gz"), &error));
-    EXPECT_EQ(readFile(path("obs.26O.gz")), "keep");
+    EXPECT_EQ(testsupport::fileContents(path("obs.26O.gz")), "keep");
 
     // An output folder that does not exist.
     EXPECT_FALSE(compression::compactRinexFile(path("obs.26O"), path("no/such/obs.26D"), &error));
@@ -166,10 +156,10 @@ TEST_F(CompactRinexFiles, FailuresNameTheFileAndLeaveNothingBehind) {
 
 TEST_F(CompactRinexFiles, WriteFailureIsReported) {
     // A child process limited in file size: the writes beyond fail (EFBIG).
-    std::string plain = readFile(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx");
+    std::string plain = testsupport::fileContents(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx");
     const std::string epochs = plain.substr(plain.find("> 2018"));
     for (int i = 0; i < 20; ++i) plain += epochs; // about 480 KB
-    writeFile(path("obs.26O"), plain);
+    testsupport::writeContents(path("obs.26O"), plain);
     auto inChild = [&](bool (*function)(const std::string&, const std::string&, std::string*), const std::string& out,
                        rlim_t size) {
         const pid_t pid = fork();
@@ -192,13 +182,13 @@ TEST_F(CompactRinexFiles, WriteFailureIsReported) {
 }
 
 TEST_F(CompactRinexFiles, LastLineWithoutLineFeed) {
-    std::string plain = readFile(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx");
+    std::string plain = testsupport::fileContents(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx");
     ASSERT_EQ(plain.back(), '\n');
     plain.pop_back();
-    writeFile(path("in.rnx"), plain);
+    testsupport::writeContents(path("in.rnx"), plain);
     std::string error;
     ASSERT_TRUE(compression::compactRinexFile(path("in.rnx"), path("out.crx"), &error)) << error;
-    expectRoundTrip(plain, readFile(path("out.crx")));
+    expectRoundTrip(plain, testsupport::fileContents(path("out.crx")));
 }
 
 } // namespace

@@ -11,17 +11,11 @@
 #include "compression/compact_rinex.h"
 #include "support/compact_rinex_expander.h"
 #include "support/stream_manifest.h"
+#include "support/plain_files.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 struct Input {
     std::string path;
@@ -67,12 +61,12 @@ TEST_F(ConverterOutputs, CompressAndExpandBack) {
         const std::string command = std::string(VELMOOR_CONVERT) + " -q --mode " + input.mode + " -o '" + stem +
                                     ".26O' '" + input.path + "'";
         ASSERT_EQ(std::system(command.c_str()), 0) << command;
-        const std::string plain = readFile(stem + ".26O");
+        const std::string plain = testsupport::fileContents(stem + ".26O");
         ASSERT_GT(plain.size(), 1312u);
 
         std::string error;
         ASSERT_TRUE(compression::compactRinexFile(stem + ".26O", stem + ".26D", &error)) << error;
-        const std::string compact = readFile(stem + ".26D");
+        const std::string compact = testsupport::fileContents(stem + ".26D");
         std::string back;
         ASSERT_TRUE(testsupport::expandCompactRinex(compact, &back, &error)) << error;
         EXPECT_EQ(back, testsupport::normalisedPlainRinex(plain));
@@ -93,7 +87,7 @@ TEST_F(ConverterOutputs, CompressAndExpandBack) {
         EXPECT_EQ(testsupport::readGzipFile(stem + ".26O.gz"), plain);
         // The navigation files gzip as well.
         ASSERT_TRUE(compression::gzipFile(stem + ".26N", stem + ".26N.gz", &error)) << error;
-        EXPECT_EQ(testsupport::readGzipFile(stem + ".26N.gz"), readFile(stem + ".26N"));
+        EXPECT_EQ(testsupport::readGzipFile(stem + ".26N.gz"), testsupport::fileContents(stem + ".26N"));
 
         RecordProperty("sizes" + std::to_string(n), std::to_string(plain.size()) + " " +
                                                         std::to_string(compact.size()) + " " +
@@ -130,11 +124,11 @@ TEST_F(ConverterOutputs, CompressedWhileWrittenEqualsCompressedAfterwards) {
         ASSERT_EQ(std::system((convert + " -o '" + stem + ".26O' '" + input.path + "'").c_str()), 0);
         std::string error;
         ASSERT_TRUE(compression::compactRinexFile(stem + ".26O", stem + ".26D", &error)) << error;
-        const std::string expected = dropDates(readFile(stem + ".26D"));
+        const std::string expected = dropDates(testsupport::fileContents(stem + ".26D"));
 
         fs::create_directory(stem + "-a");
         ASSERT_EQ(std::system((convert + " --compress crx -o '" + stem + "-a/x.26O' '" + input.path + "'").c_str()), 0);
-        EXPECT_EQ(dropDates(readFile(stem + "-a/x.26D")), expected);
+        EXPECT_EQ(dropDates(testsupport::fileContents(stem + "-a/x.26D")), expected);
 
         fs::create_directory(stem + "-b");
         ASSERT_TRUE(fs::copy_file(input.path, stem + "-b/one.dat"));

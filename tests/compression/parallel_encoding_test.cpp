@@ -14,6 +14,7 @@
 #include "compact_rinex_test_texts.h"
 #include "compression/compact_rinex.h"
 #include "compression/parallel_encoding.h"
+#include "support/plain_files.h"
 
 using namespace crxtest;
 namespace fs = std::filesystem;
@@ -31,13 +32,6 @@ std::string readGzip(const std::string& path) {
     while ((n = gzread(in, buffer, sizeof buffer)) > 0) text.append(buffer, size_t(n));
     gzclose(in);
     return text;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
 }
 
 std::string withoutDateLine(const std::string& compact) {
@@ -196,11 +190,11 @@ TEST_F(ParallelEncoding, LongTextsGiveTheSameBytes) {
 }
 
 TEST_F(ParallelEncoding, RealFilesGiveTheSameBytes) {
-    expectSameAsOneEncoder(readFile(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx"), "cebr3.rnx", true);
+    expectSameAsOneEncoder(testsupport::fileContents(kRinexData + "CEBR00ESP_R_20182000000_3EPOCHS_30S_MO.rnx"), "cebr3.rnx", true);
     expectSameAsOneEncoder(readGzip(kRinexData + "CEBR00ESP_R_20182000000_20EPOCHS_30S_MO.rnx.gz"), "cebr20.rnx", true);
     expectSameAsOneEncoder(readGzip(kRinexData + "ESBC00DNK_R_20201770000_30M_30S_MO.rnx.gz"), "esbc.rnx", true);
     // RINEX 2.11 (compact 1.0) stays on one thread and gives the same bytes.
-    expectSameAsOneEncoder(readFile(kRinexData + "handmade-2.11-obs.rnx"), "v2.rnx", true);
+    expectSameAsOneEncoder(testsupport::fileContents(kRinexData + "handmade-2.11-obs.rnx"), "v2.rnx", true);
 }
 
 TEST_F(ParallelEncoding, FailuresGiveTheSameMessages) {
@@ -249,7 +243,7 @@ TEST_F(ParallelEncoding, FileFunctionsGiveTheSameBytesAsTheTextFunction) {
     std::string compact, error;
     ASSERT_TRUE(compression::compactRinexText(plain.data(), plain.size(), &compact, &error)) << error;
     ASSERT_TRUE(compression::compactRinexFile(path, dir_ + "/big.crx", &error)) << error;
-    EXPECT_TRUE(withoutDateLine(readFile(dir_ + "/big.crx")) == withoutDateLine(compact));
+    EXPECT_TRUE(withoutDateLine(testsupport::fileContents(dir_ + "/big.crx")) == withoutDateLine(compact));
     ASSERT_TRUE(compression::compactRinexGzipFile(path, dir_ + "/big.crx.gz", &error)) << error;
     EXPECT_TRUE(withoutDateLine(readGzip(dir_ + "/big.crx.gz")) == withoutDateLine(compact));
 }
