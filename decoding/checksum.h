@@ -8,7 +8,16 @@ namespace decoding {
 
 // Board CRC-32: reflected polynomial 0xEDB88320, initial value 0 (the seed is ignored),
 // no final XOR. A valid frame including its trailing little-endian CRC sums to 0.
+// On x86-64 processors with the carry-less multiply instruction, inputs of 19 bytes and more
+// are folded with it (decoding/checksum_fold.cpp); the result is the same.
 uint32_t crc32(uint32_t seed, const uint8_t* data, uint32_t length);
+
+// The same CRC-32 by the lookup tables alone, on every machine: the reference that the
+// folded path is tested and measured against.
+uint32_t crc32Portable(uint32_t seed, const uint8_t* data, uint32_t length);
+
+// Whether crc32 folds with the carry-less multiply on this machine (chosen once).
+bool crc32UsesCarrylessMultiply();
 
 // CRC-24Q (RTCM 3): polynomial 0x864CFB, MSB first, starting from seed.
 uint32_t crc24q(uint32_t seed, const uint8_t* data, uint32_t length);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "decoding/checksum.h"
+#include "decoding/checksum_fold.h"
 
 #include <gtest/gtest.h>
 
@@ -129,4 +130,133 @@ TEST(Crc32, AgreesWithTheBitwiseDefinitionForEveryLengthAndAlignment) {
             ASSERT_EQ(decoding::crc32(0, data.data() + offset, uint32_t(length)),
                       bitwiseCrc32(data.data() + offset, length))
                 << "offset " << offset << " length " << length;
+}
+
+namespace {
+
+Bytes randomBytes(size_t size, uint32_t seed) {
+    Bytes data(size);
+    uint32_t x = seed;
+    for (uint8_t& b : data) {
+        x ^= x << 13;
+        x ^= x >> 17;
+        x ^= x << 5;
+        b = uint8_t(x >> 7);
+    }
+    return data;
+}
+
+// Polynomials in the usual order (bit i: coefficient of x^i), for checking the folding
+// constants by a route of their own: plain long division.
+uint64_t normalPolynomial() {
+    uint64_t p = uint64_t(1) << 32;
+    for (int j = 0; j < 32; ++j)
+        if (decoding::detail::kCrc32Polynomial & (1u << j)) p |= uint64_t(1) << (31 - j);
+    return p;
+}
+
+// x^k mod P by long division of x^k, one dividend bit at a time.
+uint32_t powerModByDivision(unsigned k) {
+    const uint64_t p = normalPolynomial();
+    uint64_t r = 0;
+    for (unsigned degree = k + 1; degree-- > 0;) {
+        r = (r << 1) | (degree == k ? 1 : 0);
+        if (r >> 32) r ^= p;
+    }
+    return uint32_t(r);
+}
+
+// A remainder of degree below 32 as a multiplier operand: bit j holds x^(32-j).
+uint64_t asOperand(uint32_t normal) {
+    uint64_t out = 0;
+    for (int i = 0; i < 32; ++i)
+        if (normal & (1u << i)) out |= uint64_t(1) << (32 - i);
+    return out;
+}
+
+// Carry-less product of two polynomials of degree below 64 and 33, low 64 bits enough here.
+uint64_t clmulLow(uint64_t a, uint64_t b) {
+    uint64_t out = 0;
+    for (int i = 0; i < 64; ++i)
+        if (b & (uint64_t(1) << i)) out ^= a << i;
+    return out;
+}
+
+uint64_t reverse33(uint64_t v) {
+    uint64_t out = 0;
+    for (int i = 0; i <= 32; ++i)
+        if (v & (uint64_t(1) << i)) out |= uint64_t(1) << (32 - i);
+    return out;
+}
+
+} // namespace
+
+TEST(Crc32Fold, ConstantsAreTheRemaindersOfTheirPowers) {
+    const auto& k = decoding::detail::kFold;
+    EXPECT_EQ(k.by512First, asOperand(powerModByDivision(544)));
+    EXPECT_EQ(k.by512Second, asOperand(powerModByDivision(480)));
+    EXPECT_EQ(k.by128First, asOperand(powerModByDivision(160)));
+    EXPECT_EQ(k.by128Second, asOperand(powerModByDivision(96)));
+    EXPECT_EQ(k.to96, asOperand(powerModByDivision(96)));
+    EXPECT_EQ(k.to64, asOperand(powerModByDivision(64)));
+    EXPECT_EQ(k.polynomial, reverse33(normalPolynomial()));
+}
+
+TEST(Crc32Fold, BarrettQuotientTimesThePolynomialLeavesARemainderBelowIt) {
+    // mu = floor(x^64 / P): x^64 - mu·P has degree below 32.
+    const uint64_t mu = reverse33(decoding::detail::kFold.barrett);
+    const uint64_t product = clmulLow(normalPolynomial(), mu); // degree 64: bit 64 drops out
+    EXPECT_EQ(product >> 32, 0u) << std::hex << product;
+    EXPECT_EQ(mu >> 32, 1u); // degree exactly 32
+}
+
+TEST(Crc32Fold, EveryLengthAndAlignmentAgreesWithTheTables) {
+    // Both the dispatching function and the folding path itself (below the length from
+    // which crc32 chooses it too), every start offset of a 16-byte load.
+    const Bytes data = randomBytes(2048 + 16, 0x9E3779B9u);
+    const bool fold = decoding::detail::crc32FoldSupported();
+    for (size_t offset = 0; offset < 16; ++offset)
+        for (uint32_t length = 0; length <= 2048; ++length) {
+            const uint8_t* p = data.data() + offset;
+            const uint32_t expected = decoding::crc32Portable(0, p, length);
+            ASSERT_EQ(decoding::crc32(0, p, length), expected) << "offset " << offset << " length " << length;
+            if (fold) {
+                ASSERT_EQ(decoding::detail::crc32Folded(p, length), expected)
+                    << "offset " << offset << " length " << length;
+            }
+        }
+}
+
+TEST(Crc32Fold, AgreesOnAFewMegabytesAndOnTheirValidFrame) {
+    Bytes data = randomBytes(5 * 1024 * 1024 + 7, 12345u);
+    const uint32_t expected = decoding::crc32Portable(0, data.data(), uint32_t(data.size()));
+    EXPECT_EQ(decoding::crc32(0, data.data(), uint32_t(data.size())), expected);
+    EXPECT_EQ(decoding::crc32(0, data.data() + 3, uint32_t(data.size() - 3)),
+              decoding::crc32Portable(0, data.data() + 3, uint32_t(data.size() - 3)));
+    // With its CRC appended the whole sums to zero, as a frame does.
+    for (int i = 0; i < 4; ++i)
+        data.push_back(uint8_t(expected >> (8 * i)));
+    EXPECT_EQ(decoding::crc32(0, data.data(), uint32_t(data.size())), 0u);
+}
+
+TEST(Crc32Fold, AllOnesAndZerosAgree) {
+    // Runs of equal bytes over several blocks, where a wrong constant could cancel out.
+    for (const uint8_t fill : {uint8_t(0x00), uint8_t(0xFF), uint8_t(0x80), uint8_t(0x01)})
+        for (const uint32_t length : {64u, 65u, 127u, 128u, 1000u, 4096u}) {
+            const Bytes data(length, fill);
+            EXPECT_EQ(decoding::crc32(0, data.data(), length), bitwiseCrc32(data.data(), length))
+                << "fill " << int(fill) << " length " << length;
+        }
+}
+
+TEST(Crc32Fold, DispatchChoosesTheFoldWhereTheProcessorHasIt) {
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+    __builtin_cpu_init();
+    if (!__builtin_cpu_supports("pclmul") || !__builtin_cpu_supports("sse4.1"))
+        GTEST_SKIP() << "no carry-less multiply on this processor";
+    EXPECT_TRUE(decoding::crc32UsesCarrylessMultiply());
+    EXPECT_TRUE(decoding::detail::crc32FoldSupported());
+#else
+    EXPECT_FALSE(decoding::crc32UsesCarrylessMultiply());
+#endif
 }
