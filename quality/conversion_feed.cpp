@@ -18,34 +18,52 @@ namespace quality {
 
 namespace {
 
-// One 64-bit word per value; the top four bits tell records apart.
-//   value:     tag 0 | field << 48 | lossOfLock << 46 | negative << 45 | thousandths (45 bits)
-//   epoch:     tag 1 | satellites, then a word with the GPS milliseconds
-//   satellite: tag 2 | system << 16 | number
-//   event line: tag 3 | length, then the text in ceil(length / 8) words
-constexpr int kTagShift = 60;
-constexpr uint64_t kTagValue = 0, kTagEpoch = 1, kTagSatellite = 2, kTagEvent = 3;
-constexpr uint64_t kThousandthsMask = (uint64_t(1) << 45) - 1;
-constexpr size_t kBlockWords = 1 << 16;
+// Second-pass records, in bytes:
+//   observation epoch: 'D', time (double), satellites (uint32), positioned (0 or 1);
+//     when positioned, per satellite: system letter, number, code count, then per code its
+//     band, attribute and value (double);
+//     then per satellite: system index, number, column count, the columns (0x80 when a
+//     strength follows), the strengths in thousandths (uint32).
+//   event: 'V', flag, time (double), line count, then per line its length (uint16) and text.
+constexpr uint8_t kRecordEpoch = 'D', kRecordEvent = 'V';
+constexpr size_t kBlockBytes = 1 << 20;
 constexpr int kMaxFields = 256;
+constexpr uint8_t kStrengthFollows = 0x80;
 
-uint64_t tagOf(uint64_t word) {
-    return word >> kTagShift;
+template <typename T>
+void append(std::vector<uint8_t>& out, const T& value) {
+    const size_t at = out.size();
+    out.resize(at + sizeof value);
+    std::memcpy(out.data() + at, &value, sizeof value);
+}
+
+template <typename T>
+T load(const uint8_t* p) {
+    T value;
+    std::memcpy(&value, p, sizeof value);
+    return value;
 }
 
 } // namespace
 
-ConversionFeed::ConversionFeed(Options options) : options_(options), check_(options) {
-    block_.resize(kBlockWords);
+ConversionFeed::ConversionFeed(Options options) : options_(options), check_(new QualityCheck(options)) {
+    block_.resize(kBlockBytes);
 }
 
 ConversionFeed::~ConversionFeed() {
     if (spill_) std::fclose(spill_);
 }
 
-void ConversionFeed::put(uint64_t word) {
-    if (blockUsed_ == block_.size()) flush();
-    block_[blockUsed_++] = word;
+void ConversionFeed::put(const void* data, size_t size) {
+    const uint8_t* from = static_cast<const uint8_t*>(data);
+    while (size > 0) {
+        if (blockUsed_ == block_.size()) flush();
+        const size_t n = std::min(size, block_.size() - blockUsed_);
+        std::memcpy(block_.data() + blockUsed_, from, n);
+        blockUsed_ += n;
+        from += n;
+        size -= n;
+    }
 }
 
 bool ConversionFeed::flush() {
@@ -54,34 +72,238 @@ bool ConversionFeed::flush() {
         return !spillFailed_;
     }
     if (!spill_) spill_ = std::tmpfile();
-    if (!spill_ || std::fwrite(block_.data(), sizeof(uint64_t), blockUsed_, spill_) != blockUsed_)
-        spillFailed_ = true;
+    if (!spill_ || std::fwrite(block_.data(), 1, blockUsed_, spill_) != blockUsed_) spillFailed_ = true;
     blockUsed_ = 0;
     return !spillFailed_;
 }
 
+const uint8_t* ConversionFeed::peek(size_t size) {
+    if (blockUsed_ - blockRead_ < size) {
+        // Keep the rest of the block and read on after it.
+        std::memmove(block_.data(), block_.data() + blockRead_, blockUsed_ - blockRead_);
+        blockUsed_ -= blockRead_;
+        blockRead_ = 0;
+        if (size > block_.size()) block_.resize(size);
+        if (spill_) blockUsed_ += std::fread(block_.data() + blockUsed_, 1, block_.size() - blockUsed_, spill_);
+        if (blockUsed_ < size) return nullptr;
+    }
+    return block_.data() + blockRead_;
+}
+
+bool ConversionFeed::take(void* data, size_t size) {
+    const uint8_t* p = peek(size);
+    if (!p) return false;
+    std::memcpy(data, p, size);
+    blockRead_ += size;
+    return true;
+}
+
+void ConversionFeed::problem(const char* what) {
+    ++problemCount_;
+    if (problems_.size() < 20) problems_.emplace_back(lineNumber_, what);
+}
+
+void ConversionFeed::signalColumn(char system, int column, char band, char attribute) {
+    const int s = systemIndex(system);
+    if (s == 7) return; // its satellites are skipped
+    if (column == columnCount_[s] && column < 64) {
+        codes_[s][column] = Code{band, attribute};
+        ++columnCount_[s];
+    }
+    check_->trackColumn(s, column, band, attribute);
+}
+
+void ConversionFeed::glonassChannel(int slot, int channel) {
+    check_->trackGlonassChannel(slot, channel);
+}
+
 void ConversionFeed::epoch(int64_t gpsMilliseconds, int satellites) {
-    put(kTagEpoch << kTagShift | uint64_t(uint32_t(satellites)));
-    put(uint64_t(gpsMilliseconds));
     ++records_;
+    // The header's interval: the smallest step between the epochs written.
+    if (gpsMilliseconds != lastMilliseconds_) {
+        if (lastMilliseconds_ != 0) {
+            const int64_t d = gpsMilliseconds - lastMilliseconds_;
+            if (d > 0 && d <= 999999999 && (intervalMilliseconds_ == 0 || d < intervalMilliseconds_)) {
+                intervalMilliseconds_ = d;
+                check_->trackInterval(double(d) / 1000.0);
+            }
+        }
+        lastMilliseconds_ = gpsMilliseconds;
+    }
+
+    endSatellite();
+    if (eventLinesLeft_ > 0) {
+        problem("epoch with fewer lines than announced, skipped");
+        eventLinesLeft_ = 0;
+    }
+    emitPending();
+    ++lineNumber_;
+    const gnss::CalendarTime c = gnss::calendarFromMilliseconds(gpsMilliseconds);
+    pending_ = true;
+    epoch_.flag = 0;
+    epoch_.satelliteCount = 0;
+    epoch_.eventLines.clear();
+    if (c.year < 1980 || c.year >= 2200 || satellites > 999) {
+        problem("malformed epoch line, epoch skipped");
+        skipEpoch_ = true;
+        return;
+    }
+    epoch_.time =
+        gpsSecondsOf(c.year, c.month, c.day, c.hour, c.minute, double(c.second * 1000 + c.millisecond) / 1000.0);
+    lastTime_ = epoch_.time;
+    check_->trackEpoch(epoch_.time);
+    // The check positions on this schedule when it has navigation data.
+    const double t = epoch_.time;
+    positioned_ = options_.positionInterval <= 0 || t < lastPositioned_ || t - lastPositioned_ >= options_.positionInterval;
+    if (positioned_) lastPositioned_ = t;
+    satelliteRecords_.clear();
+    positionRecords_.clear();
 }
 
-void ConversionFeed::satellite(char system, int number) {
-    put(kTagSatellite << kTagShift | uint64_t(uint8_t(system)) << 16 | uint64_t(uint16_t(number)));
+void ConversionFeed::satellite(char system, int number, const rinex::ObservedValue* values, int count) {
+    endSatellite();
+    ++lineNumber_;
+    skipSatellite_ = true;
+    if (skipEpoch_) {
+        problem("epoch line expected");
+        return;
+    }
+    const int s = systemIndex(system);
+    if (number < 1 || number > 63 || s == 7) {
+        problem("malformed satellite line, satellite skipped");
+        return;
+    }
+    skipSatellite_ = false;
+    ++epoch_.satelliteCount;
+    // Satellites of event records count nowhere.
+    if (!pending_ || epoch_.flag != 0) return;
+    satelliteOpen_ = true;
+    satelliteLetter_ = system;
+    satelliteSystem_ = s;
+    satelliteNumber_ = number;
+    columnsUsed_ = 0;
+    const int columnCount = columnCount_[s];
+    int lastField = -1;
+    for (int i = 0; i < count; ++i) {
+        const int field = values[i].field;
+        const double value = values[i].value;
+        // The 14-character form's rounding, and its blank for what does not fit.
+        const bool negative = value < 0;
+        const double scaled = std::fabs(value) * 1000.0 + 0.5;
+        if (!(scaled < (negative ? 1e12 : 1e13))) continue;
+        if (field < 0 || field >= kMaxFields) continue;
+        const int column = field >> 2, kind = field & 3;
+        if (column >= columnCount || field <= lastField) {
+            // A column the writer did not announce, or fields out of order: the check reads the file.
+            satelliteOpen_ = false;
+            check_->trackingFailed();
+            return;
+        }
+        lastField = field;
+        const uint64_t thousandths = uint64_t(int64_t(scaled));
+        TrackedSatellite::Column& c = columns_[column];
+        if (!(columnsUsed_ >> column & 1)) {
+            columnsUsed_ |= uint64_t(1) << column;
+            c.fields = 0;
+            c.lli = 0;
+        }
+        c.fields |= uint8_t(1 << kind);
+        if (values[i].lossOfLock != 0) c.lli |= uint8_t(1 << kind);
+        if (kind != 2) c.value[kind] = fixedThreeDecimals(thousandths, negative);
+        if (kind == 3) strengths_[column] = uint32_t(std::min<uint64_t>(thousandths, 0xFFFFFFFFu));
+    }
 }
 
-void ConversionFeed::value(int field, double value, int lossOfLock) {
-    // The 14-character form's rounding, and its blank for what does not fit.
-    const bool negative = value < 0;
-    const double scaled = std::fabs(value) * 1000.0 + 0.5;
-    if (!(scaled < (negative ? 1e12 : 1e13))) return;
-    if (field < 0 || field >= kMaxFields) return;
-    const uint64_t thousandths = uint64_t(int64_t(scaled));
-    put(uint64_t(field) << 48 | uint64_t(lossOfLock != 0) << 46 | uint64_t(negative) << 45 |
-        (thousandths & kThousandthsMask));
+void ConversionFeed::endSatellite() {
+    if (!satelliteOpen_) return;
+    satelliteOpen_ = false;
+    TrackedSatellite satellite;
+    satellite.system = satelliteSystem_;
+    satellite.number = satelliteNumber_;
+    satellite.columns = columnsUsed_;
+    satellite.column = columns_;
+    check_->trackSatellite(satellite, epoch_.time);
+
+    // Second pass: the columns, the strengths the elevation bins take, and the codes when
+    // the epoch is positioned.
+    std::vector<uint8_t>& out = satelliteRecords_;
+    const size_t start = out.size();
+    out.resize(start + 3 + 64);
+    uint8_t* p = out.data() + start;
+    p[0] = uint8_t(satelliteSystem_);
+    p[1] = uint8_t(satelliteNumber_);
+    int count = 0;
+    uint32_t strengths[64];
+    int strengthCount = 0;
+    for (uint64_t left = columnsUsed_; left != 0; left &= left - 1) {
+        const int c = __builtin_ctzll(left);
+        const TrackedSatellite::Column& column = columns_[c];
+        uint8_t entry = uint8_t(c);
+        if ((column.fields & 8) && column.value[3] > 0 && column.value[3] < 100) {
+            entry |= kStrengthFollows;
+            strengths[strengthCount++] = strengths_[c];
+        }
+        p[3 + count++] = entry;
+    }
+    p[2] = uint8_t(count);
+    out.resize(start + 3 + size_t(count) + 4 * size_t(strengthCount));
+    std::memcpy(out.data() + start + 3 + count, strengths, 4 * size_t(strengthCount));
+
+    if (positioned_) {
+        std::vector<uint8_t>& codes = positionRecords_;
+        codes.push_back(uint8_t(satelliteLetter_));
+        codes.push_back(uint8_t(satelliteNumber_));
+        const size_t countAt = codes.size();
+        codes.push_back(0);
+        uint8_t n = 0;
+        for (uint64_t left = columnsUsed_; left != 0; left &= left - 1) {
+            const int c = __builtin_ctzll(left);
+            if (!(columns_[c].fields & 1)) continue;
+            const Code& code = codes_[satelliteSystem_][c];
+            codes.push_back(uint8_t(code.band));
+            codes.push_back(uint8_t(code.attribute));
+            append(codes, columns_[c].value[0]);
+            ++n;
+        }
+        codes[countAt] = n;
+    }
+}
+
+void ConversionFeed::emitPending() {
+    endSatellite();
+    if (pending_ && !skipEpoch_) {
+        if (epoch_.flag == 0) {
+            std::vector<uint8_t> head;
+            head.reserve(14);
+            head.push_back(kRecordEpoch);
+            append(head, epoch_.time);
+            append(head, uint32_t(epoch_.satelliteCount));
+            head.push_back(positioned_ ? 1 : 0);
+            put(head.data(), head.size());
+            if (positioned_) put(positionRecords_.data(), positionRecords_.size());
+            put(satelliteRecords_.data(), satelliteRecords_.size());
+        } else {
+            std::vector<uint8_t> record;
+            record.push_back(kRecordEvent);
+            record.push_back(uint8_t(epoch_.flag));
+            append(record, epoch_.time);
+            record.push_back(uint8_t(epoch_.eventLines.size()));
+            for (const std::string& line : epoch_.eventLines) {
+                append(record, uint16_t(line.size()));
+                record.insert(record.end(), line.begin(), line.end());
+            }
+            put(record.data(), record.size());
+        }
+    }
+    pending_ = false;
+    skipEpoch_ = false;
+    skipSatellite_ = false;
+    satelliteRecords_.clear();
+    positionRecords_.clear();
 }
 
 void ConversionFeed::eventLine(const char* text, int length) {
+    endSatellite();
     if (length < 0) length = 0;
     // A line break written inside a field (from a marker sentence's text) makes two lines
     // for a reader: kept as two, the way it reads them (a "\r" before the break dropped).
@@ -91,16 +313,49 @@ void ConversionFeed::eventLine(const char* text, int length) {
         const char* stop = newline ? newline : end;
         int pieceLength = int(std::min<ptrdiff_t>(stop - from, 0xFFFF));
         if (newline && pieceLength > 0 && from[pieceLength - 1] == '\r') --pieceLength;
-        put(kTagEvent << kTagShift | uint64_t(pieceLength));
-        for (int at = 0; at < pieceLength; at += 8) {
-            uint64_t word = 0;
-            std::memcpy(&word, from + at, size_t(std::min(8, pieceLength - at)));
-            put(word);
-        }
         if (pieceLength > 0 && from[0] == '>') ++records_;
+        eventText_.assign(from, size_t(pieceLength));
+        eventText(eventText_);
         if (!newline) break;
         from = newline + 1;
     }
+}
+
+void ConversionFeed::eventText(const std::string& text) {
+    ++lineNumber_;
+    if (eventLinesLeft_ > 0) {
+        if (text.empty() || text[0] != '>') {
+            --eventLinesLeft_;
+            if (epoch_.eventLines.size() < 64) epoch_.eventLines.push_back(text);
+            return;
+        }
+        problem("epoch with fewer lines than announced, skipped");
+        eventLinesLeft_ = 0;
+    }
+    // Between records a reader skips blank lines and reports any other that is not an
+    // epoch line.
+    if (text.find_first_not_of(' ') == std::string::npos) return;
+    if (text[0] != '>') {
+        problem("epoch line expected");
+        return;
+    }
+    // An event record's epoch line: its time is left blank, so it belongs to the last
+    // epoch's time.
+    emitPending();
+    double flag = 0, count = 0;
+    const bool ok = text.size() >= 35 && parseNumber(field(text, 31, 1), flag) &&
+                    parseNumber(field(text, 32, 3), count) && flag >= 2 && flag <= 5 && count >= 0 &&
+                    count <= 999 && trimmed(field(text, 1, 28)).empty();
+    if (!ok) {
+        problem("malformed epoch line, epoch skipped");
+        return;
+    }
+    pending_ = true;
+    epoch_.flag = int(flag);
+    epoch_.time = lastTime_;
+    epoch_.satelliteCount = 0;
+    epoch_.eventLines.clear();
+    eventLinesLeft_ = int(count);
 }
 
 bool ConversionFeed::prepare(const std::vector<std::string>& files, std::string& error) {
@@ -123,193 +378,134 @@ bool ConversionFeed::prepare(const std::vector<std::string>& files, std::string&
         error = observation + ": " + error;
         return false;
     }
-    if (!flush() || (spill_ && std::fflush(spill_) != 0)) {
-        error = "no room for the records of the quality check in the temporary folder";
-        return false;
+    // The end of the records.
+    if (eventLinesLeft_ > 0) {
+        problem("the file ends inside an epoch");
+        eventLinesLeft_ = 0;
     }
-    if (spill_) std::rewind(spill_);
+    emitPending();
     observationPath_ = observation;
-    lineNumber_ = reader.lineNumber();
     if (header.leapSeconds >= 0) navigation_.setLeapSeconds(header.leapSeconds);
-    check_.setHeader(header);
-    check_.setNavigation(navigation_.empty() ? nullptr : &navigation_);
-    for (const std::string& n : notes)
-        check_.addMessage(n);
-    for (const auto& [system, types] : header.obsTypes) {
-        auto& cols = columns_[systemIndex(system)];
-        cols.clear();
-        for (const std::string& t : types)
-            cols.push_back({t[0], t[1], t[2]});
+    check_->setHeader(header);
+    const bool kept = flush() && (!spill_ || std::fflush(spill_) == 0);
+    if (!kept || !check_->endTracking()) {
+        // The first pass cannot stand: the check of the written file, as checkFiles does it.
+        readTheFile_ = true;
+        check_.reset(new QualityCheck(options_));
+        check_->setHeader(header);
+        check_->setNavigation(navigation_.empty() ? nullptr : &navigation_);
+        for (const std::string& n : notes)
+            check_->addMessage(n);
+        Epoch epoch;
+        while (reader.next(epoch))
+            check_->addEpoch(epoch);
+        for (const std::string& p : reader.problems())
+            check_->addMessage(observation + ": " + p);
+        if (reader.problemCount() > reader.problems().size())
+            check_->addMessage(observation + ": " + std::to_string(reader.problemCount() - reader.problems().size()) +
+                               " more problems");
+        report_ = check_->finish();
+        check_.reset();
+        if (spill_) std::fclose(spill_);
+        spill_ = nullptr;
+        done_ = true;
+        return true;
     }
+    const long headerLines = reader.lineNumber();
+    for (auto& p : problems_)
+        p.first += headerLines;
+    check_->setNavigation(navigation_.empty() ? nullptr : &navigation_);
+    for (const std::string& n : notes)
+        check_->addMessage(n);
+    if (spill_) std::rewind(spill_);
     blockUsed_ = blockRead_ = 0;
     prepared_ = true;
     return true;
 }
 
-bool ConversionFeed::nextWord(uint64_t& word) {
-    if (blockRead_ == blockUsed_) {
-        blockRead_ = blockUsed_ = 0;
-        if (!spill_) return false;
-        blockUsed_ = std::fread(block_.data(), sizeof(uint64_t), block_.size(), spill_);
-        if (blockUsed_ == 0) return false;
-    }
-    word = block_[blockRead_++];
-    return true;
-}
-
-void ConversionFeed::problem(const std::string& what) {
-    ++problemCount_;
-    if (problems_.size() < 20) problems_.push_back("line " + std::to_string(lineNumber_) + ": " + what);
-}
-
-void ConversionFeed::emitPending() {
-    if (pending_ && !skipEpoch_) check_.addEpoch(epoch_);
-    pending_ = false;
-    skipEpoch_ = false;
-    satellite_ = nullptr;
-    skipSatellite_ = false;
-}
-
 bool ConversionFeed::replay(size_t maxEpochs) {
-    if (!prepared_) return true;
-    size_t fed = 0;
-    uint64_t word = 0;
-    // The reader's steps, in the order of the records: what it would skip or report is
-    // skipped and reported here too.
-    while (fed < maxEpochs || eventLinesLeft_ > 0) {
-        if (!nextWord(word)) {
-            if (eventLinesLeft_ > 0) {
-                problem("the file ends inside an epoch");
-                eventLinesLeft_ = 0;
-            }
-            emitPending();
-            return true;
-        }
-        switch (tagOf(word)) {
-        case kTagEpoch: {
-            if (eventLinesLeft_ > 0) {
-                problem("epoch with fewer lines than announced, skipped");
-                eventLinesLeft_ = 0;
-            }
-            emitPending();
-            ++fed;
-            ++lineNumber_;
-            uint64_t milliseconds = 0;
-            if (!nextWord(milliseconds)) return true;
-            const gnss::CalendarTime c = gnss::calendarFromMilliseconds(int64_t(milliseconds));
-            const int satellites = int(word & 0xFFFFFFFFu);
-            pending_ = true;
-            epoch_.flag = 0;
+    if (!prepared_ || done_) return true;
+    for (size_t fed = 0; fed < maxEpochs; ++fed) {
+        uint8_t kind = 0;
+        if (!take(&kind, 1)) return true;
+        if (kind == kRecordEvent) {
+            uint8_t head[10];
+            if (!take(head, sizeof head)) return true;
+            epoch_.flag = head[0];
+            epoch_.time = load<double>(head + 1);
             epoch_.satelliteCount = 0;
-            epoch_.eventLines.clear();
-            if (c.year < 1980 || c.year >= 2200 || satellites > 999) {
-                problem("malformed epoch line, epoch skipped");
-                skipEpoch_ = true;
-                break;
+            epoch_.eventLines.resize(head[9]);
+            for (std::string& line : epoch_.eventLines) {
+                uint16_t length = 0;
+                if (!take(&length, 2)) return true;
+                line.resize(length);
+                if (length > 0 && !take(&line[0], length)) return true;
             }
-            epoch_.time =
-                gpsSecondsOf(c.year, c.month, c.day, c.hour, c.minute, double(c.second * 1000 + c.millisecond) / 1000.0);
-            lastTime_ = epoch_.time;
-            break;
+            check_->replayEvent(epoch_);
+            continue;
         }
-        case kTagSatellite: {
-            ++lineNumber_;
-            satellite_ = nullptr;
-            skipSatellite_ = true;
-            if (skipEpoch_) {
-                problem("epoch line expected");
-                break;
-            }
-            const char system = char(uint8_t(word >> 16));
-            const int number = int(word & 0xFFFF);
-            if (number < 1 || number > 63 || systemIndex(system) == 7) {
-                problem("malformed satellite line, satellite skipped");
-                break;
-            }
-            if (epoch_.satellites.size() <= epoch_.satelliteCount) epoch_.satellites.emplace_back();
-            satellite_ = &epoch_.satellites[epoch_.satelliteCount++];
-            satellite_->system = system;
-            satellite_->number = number;
-            satellite_->observations.clear();
-            skipSatellite_ = false;
-            break;
-        }
-        case kTagValue: {
-            if (skipSatellite_ || !satellite_) break;
-            const size_t field = size_t(word >> 48 & 0xFF);
-            const auto& cols = columns_[systemIndex(satellite_->system)];
-            if (field >= cols.size()) break;
-            Observation o;
-            o.type = cols[field].type;
-            o.band = cols[field].band;
-            o.attribute = cols[field].attribute;
-            o.value = fixedThreeDecimals(word & kThousandthsMask, (word >> 45 & 1) != 0);
-            o.lli = int(word >> 46 & 1);
-            satellite_->observations.push_back(o);
-            break;
-        }
-        case kTagEvent: {
-            const int length = int(word & 0xFFFF);
-            eventText_.assign(size_t(length), ' ');
-            for (int at = 0; at < length; at += 8) {
-                uint64_t text = 0;
-                if (!nextWord(text)) break;
-                std::memcpy(&eventText_[size_t(at)], &text, size_t(std::min(8, length - at)));
-            }
-            ++lineNumber_;
-            if (eventLinesLeft_ > 0) {
-                if (eventText_.empty() || eventText_[0] != '>') {
-                    --eventLinesLeft_;
-                    if (epoch_.eventLines.size() < 64) epoch_.eventLines.push_back(eventText_);
-                    break;
+        if (kind != kRecordEpoch) return true;
+        uint8_t head[13];
+        if (!take(head, sizeof head)) return true;
+        epoch_.flag = 0;
+        epoch_.time = load<double>(head);
+        epoch_.satelliteCount = load<uint32_t>(head + 8);
+        epoch_.eventLines.clear();
+        const double t = epoch_.time;
+        if (epoch_.satellites.size() < epoch_.satelliteCount) epoch_.satellites.resize(epoch_.satelliteCount);
+        if (head[12]) {
+            for (size_t i = 0; i < epoch_.satelliteCount; ++i) {
+                uint8_t s[3];
+                if (!take(s, 3)) return true;
+                SatelliteObservations& sat = epoch_.satellites[i];
+                sat.system = char(s[0]);
+                sat.number = s[1];
+                sat.observations.resize(s[2]);
+                for (Observation& o : sat.observations) {
+                    uint8_t code[10];
+                    if (!take(code, sizeof code)) return true;
+                    o.type = 'C';
+                    o.band = char(code[0]);
+                    o.attribute = char(code[1]);
+                    o.value = load<double>(code + 2);
+                    o.lli = 0;
                 }
-                problem("epoch with fewer lines than announced, skipped");
-                eventLinesLeft_ = 0;
             }
-            // Between records a reader skips blank lines and reports any other that is not
-            // an epoch line.
-            if (eventText_.find_first_not_of(' ') == std::string::npos) break;
-            if (eventText_[0] != '>') {
-                problem("epoch line expected");
-                break;
-            }
-            // An event record's epoch line: its time is left blank, so it belongs to the
-            // last epoch's time.
-            emitPending();
-            ++fed;
-            double flag = 0, count = 0;
-            const bool ok = eventText_.size() >= 35 && eventText_[0] == '>' &&
-                            parseNumber(field(eventText_, 31, 1), flag) && parseNumber(field(eventText_, 32, 3), count) &&
-                            flag >= 2 && flag <= 5 && count >= 0 && count <= 999 &&
-                            trimmed(field(eventText_, 1, 28)).empty();
-            if (!ok) {
-                problem("malformed epoch line, epoch skipped");
-                break;
-            }
-            pending_ = true;
-            epoch_.flag = int(flag);
-            epoch_.time = lastTime_;
-            epoch_.satelliteCount = 0;
-            epoch_.eventLines.clear();
-            eventLinesLeft_ = int(count);
-            break;
         }
-        default:
-            break;
+        check_->replayEpoch(epoch_);
+        for (size_t i = 0; i < epoch_.satelliteCount; ++i) {
+            const uint8_t* p = peek(3);
+            if (!p) return true;
+            const size_t count = p[2];
+            if (!(p = peek(3 + count))) return true;
+            size_t strengthCount = 0;
+            for (size_t k = 0; k < count; ++k)
+                strengthCount += (p[3 + k] & kStrengthFollows) != 0;
+            const size_t size = 3 + count + 4 * strengthCount;
+            if (!(p = peek(size))) return true;
+            double strengths[64];
+            for (size_t k = 0; k < strengthCount && k < 64; ++k)
+                strengths[k] = fixedThreeDecimals(load<uint32_t>(p + 3 + count + 4 * k), false);
+            check_->replaySatellite(p[0], p[1], t, p + 3, int(count), strengths);
+            blockRead_ += size;
         }
+        check_->replayEpochEnd(epoch_);
     }
     return false;
 }
 
 Report ConversionFeed::finish() {
+    if (done_) return report_;
     while (!replay(1 << 20)) {
     }
-    for (const std::string& p : problems_)
-        check_.addMessage(observationPath_ + ": " + p);
+    done_ = true;
+    for (const auto& p : problems_)
+        check_->addMessage(observationPath_ + ": line " + std::to_string(p.first) + ": " + p.second);
     if (problemCount_ > problems_.size())
-        check_.addMessage(observationPath_ + ": " + std::to_string(problemCount_ - problems_.size()) +
-                          " more problems");
-    return check_.finish();
+        check_->addMessage(observationPath_ + ": " + std::to_string(problemCount_ - problems_.size()) +
+                           " more problems");
+    report_ = check_->finish();
+    return report_;
 }
 
 } // namespace quality

@@ -1,15 +1,21 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 // The quality check of a conversion, fed by the writer with the values of the observation
-// records as it writes them: no text is read back. The check needs the finished header (its
-// observation types, interval, position) and every navigation record before its first
-// epoch, and both are complete only when the writer closes its files; so the records wait in
-// a temporary file in a compact binary form (8 bytes per value, memory stays flat) and are
-// replayed into the check once the files are closed. The report equals the one of
-// checkFiles on the written files.
+// records as it writes them: no text is read back. It runs in two passes. What needs no
+// navigation data (span, counts, strengths, slips, multipath) is computed as the records are
+// written, with the header's observation types, interval and GLONASS channels as the writer
+// announces them. Elevations, completeness, plots and positions need every navigation record
+// before the first epoch, complete only when the files are closed: for them each epoch leaves
+// a compact record in a temporary file (its satellites, their signals and strengths, and the
+// codes of the epochs that are positioned; memory stays flat), replayed once the files are
+// closed. When the written header contradicts what the first pass assumed (a rare stream,
+// e.g. one whose interval is not its first step), the check reads the written observation
+// file instead. The report equals the one of checkFiles on the written files.
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "quality/navigation.h"
@@ -26,57 +32,85 @@ public:
     ConversionFeed& operator=(const ConversionFeed&) = delete;
 
     void epoch(int64_t gpsMilliseconds, int satellites) override;
-    void satellite(char system, int number) override;
-    void value(int field, double value, int lossOfLock) override;
+    void satellite(char system, int number, const rinex::ObservedValue* values, int count) override;
     void eventLine(const char* text, int length) override;
+    void signalColumn(char system, int column, char band, char attribute) override;
+    void glonassChannel(int slot, int channel) override;
 
     // Once the writer has closed its files, before any is compressed or renamed: reads the
     // observation file's header and the navigation files among files (as
     // checkConversionFiles does). False with a message when the observation file cannot be
-    // checked (none, or not RINEX 3) or the records could not be kept.
+    // checked (none, or not RINEX 3).
     bool prepare(const std::vector<std::string>& files, std::string& error);
-    // Feeds up to maxEpochs kept records to the check; true when all have been fed.
+    // Feeds up to maxEpochs kept records to the second pass; true when all have been fed.
     bool replay(size_t maxEpochs);
     Report finish();
 
     // Records kept so far (epoch and event records).
     long records() const { return records_; }
+    // After prepare: whether the check had to read the written observation file.
+    bool readTheFile() const { return readTheFile_; }
 
 private:
-    void put(uint64_t word);
+    void put(const void* data, size_t size);
     bool flush();
-    bool nextWord(uint64_t& word);
+    const uint8_t* peek(size_t size); // the next size bytes of the spill, or null
+    bool take(void* data, size_t size);
+    void endSatellite();
     void emitPending();
-    void problem(const std::string& what);
+    void eventText(const std::string& text);
+    void problem(const char* what);
 
     Options options_;
-    QualityCheck check_;
+    std::unique_ptr<QualityCheck> check_;
     Navigation navigation_;
     std::string observationPath_;
 
+    // The second pass's records: a temporary file written and read in blocks.
     std::FILE* spill_ = nullptr;
-    std::vector<uint64_t> block_; // words waiting for the spill file, or read from it
+    std::vector<uint8_t> block_;
     size_t blockUsed_ = 0, blockRead_ = 0;
     bool spillFailed_ = false;
     long records_ = 0;
 
-    // Replay.
-    struct Column {
-        char type, band, attribute;
-    };
-    std::vector<Column> columns_[8];
-    Epoch epoch_;
-    bool pending_ = false;     // epoch_ holds a record not yet fed
+    // The first pass follows the records as a reader of the written file would: what it
+    // would skip or report is skipped and reported here too.
+    Epoch epoch_;              // the record in progress (time, flag, satellites kept, event lines)
+    bool pending_ = false;     // epoch_ holds a record not yet ended
     bool skipEpoch_ = false;   // a record the reader would skip
     bool skipSatellite_ = false;
-    SatelliteObservations* satellite_ = nullptr;
     double lastTime_ = 0;
-    long lineNumber_ = 0;
-    std::vector<std::string> problems_;
+    long lineNumber_ = 0; // lines after the header
+    std::vector<std::pair<long, const char*>> problems_;
     size_t problemCount_ = 0;
     std::string eventText_;
     int eventLinesLeft_ = 0;
+    // The header's interval, as the writer finds it.
+    int64_t lastMilliseconds_ = 0, intervalMilliseconds_ = 0;
+    // Positioned epochs, on the check's schedule.
+    double lastPositioned_ = -1e30;
+    bool positioned_ = false;
+    // The satellite line in progress, when it belongs to an observation epoch.
+    bool satelliteOpen_ = false;
+    char satelliteLetter_ = 0;
+    int satelliteSystem_ = 0, satelliteNumber_ = 0;
+    uint64_t columnsUsed_ = 0;
+    TrackedSatellite::Column columns_[64];
+    uint32_t strengths_[64] = {}; // thousandths of dB-Hz
+    struct Code {
+        char band, attribute;
+    };
+    Code codes_[8][64] = {};
+    int columnCount_[8] = {};
+    // The epoch's second-pass record, written when the epoch ends.
+    std::vector<uint8_t> satelliteRecords_, positionRecords_;
+
+    // Second pass.
+    std::vector<double> strengthValues_;
     bool prepared_ = false;
+    bool readTheFile_ = false;
+    bool done_ = false;
+    Report report_;
 };
 
 } // namespace quality

@@ -51,6 +51,7 @@ struct SignalAccumulator {
     std::array<double, 18> binSum{};
     std::array<long, 18> binCount{};
     long stamp = -1; // satellite epoch that last counted this signal
+    long replayStamp = -1; // the same for the second pass of a conversion's check
 };
 
 struct SystemAccumulator {
@@ -72,8 +73,16 @@ struct SystemAccumulator {
     }
 };
 
+// The constants of a satellite's pair of carrier frequencies, computed when the pair changes.
+struct CarrierPair {
+    double fa = 0, fb = 0;
+    double la = 0, lb = 0, lw = 0;                     // wavelengths: a, b, wide lane
+    double mpA1 = 0, mpB1 = 0, mpA2 = 0, mpB2 = 0;     // multipath coefficients of the phases
+};
+
 struct SatelliteAccumulator {
     bool seen = false;
+    CarrierPair carriers;
     long epochs = 0, slips = 0, lli = 0, gf = 0, mw = 0, phaseEpochs = 0;
     double lastTime = -1;
     // Dual-frequency arc.
@@ -85,6 +94,9 @@ struct SatelliteAccumulator {
     // Elevation from the broadcast orbit.
     bool hasElevation = false;
     double elevation = 0, azimuth = 0; // rad
+    // For the sky track: seen and last seen, as the visibility update knows them.
+    bool skySeen = false;
+    double skyLastTime = -1;
     // Plots.
     std::vector<std::pair<double, double>> runs;
     std::vector<double> slipTimes;
@@ -105,6 +117,33 @@ const char* bandPairs(char system) {
     default: return "";
     }
 }
+
+// The pair of bands for slips and multipath among the phase bands a system's header lists.
+template <typename HasPhase>
+void chooseBands(char letter, bool listed, HasPhase hasPhase, char bands[2]) {
+    const char* pairs = bandPairs(letter);
+    bands[0] = bands[1] = 0;
+    for (const char* p = pairs; *p; p += 2)
+        if (hasPhase(p[0]) && hasPhase(p[1])) {
+            bands[0] = p[0];
+            bands[1] = p[1];
+            break;
+        }
+    if (!bands[0] && *pairs && !listed) {
+        bands[0] = pairs[0];
+        bands[1] = pairs[1];
+    }
+}
+
+constexpr int kTrackedColumns = 64;
+constexpr int kNoChannel = 1000;
+
+// A signal column of a system's satellite lines, as the writer announces it.
+struct TrackedColumn {
+    char band = 0, attribute = 0;
+    int key = -1;    // signalKey, -1 when the check counts nothing of it
+    int signal = -1; // index in SystemAccumulator::signal once met
+};
 
 // Header and event texts for the reports: control characters become '?'.
 std::string printable(std::string s) {
@@ -127,6 +166,23 @@ struct QualityCheck::State {
     SystemAccumulator systems[kSystemCount];
     SatelliteAccumulator satellites[kSystemCount][64];
     long satelliteEpochStamp = 0;
+    long replayEpochStamp = 0;
+
+    // First pass of a conversion's check (trackSatellite): what it took from the writer.
+    TrackedColumn trackedColumns[kSystemCount][kTrackedColumns];
+    int trackedColumnCount[kSystemCount] = {};
+    long trackedFieldCounts[kSystemCount][4 * kTrackedColumns] = {};
+    bool systemTracked[kSystemCount] = {};
+    char trackedBands[kSystemCount][2] = {};
+    int trackedChannel[64];   // the writer's channel of each GLONASS slot so far
+    int usedChannel[64];      // the channel a slot's frequencies were computed with
+    double trackedMaxStep = 0; // 1.5 times the writer's interval so far
+    // The steps compared with trackedMaxStep: the largest found within, the smallest beyond.
+    double largestWithin = -HUGE_VAL, smallestBeyond = HUGE_VAL;
+    bool trackingBroken = false;
+    // Second pass: the fix of the epoch being replayed.
+    PositionFix replayFix;
+    bool replayHaveFix = false;
 
     // Span.
     long epochs = 0;
@@ -244,7 +300,7 @@ struct QualityCheck::State {
             sat.hasElevation = true;
             visibilityAvailable = true;
             if (sat.elevation >= mask) ++systems[s].visibleNow;
-            if (sat.elevation > 0 && sat.seen && t - sat.lastTime <= 1.5 * currentInterval() &&
+            if (sat.elevation > 0 && sat.skySeen && t - sat.skyLastTime <= 1.5 * currentInterval() &&
                 t - sat.lastSky >= sat.skyStep) {
                 sat.lastSky = t;
                 sat.sky.push_back({sat.azimuth * 180 / gnss::kPi, sat.elevation * 180 / gnss::kPi});
@@ -293,17 +349,7 @@ struct QualityCheck::State {
         const int elevationBin =
             sat.hasElevation && sat.elevation >= 0 ? std::min(17, int(sat.elevation * 180 / gnss::kPi / 5)) : -1;
 
-        sat.seen = true;
-        ++sat.epochs;
-        // Tracking runs.
-        if (sat.runs.empty() || newArc) {
-            if (sat.runs.size() < options.maxRunsPerSatellite)
-                sat.runs.emplace_back(t, t);
-            else
-                sat.runs.back().second = t;
-        } else {
-            sat.runs.back().second = t;
-        }
+        startSatellite(sat, t, newArc);
 
         const Observation* phase[2] = {nullptr, nullptr};
         const Observation* code[2] = {nullptr, nullptr};
@@ -355,6 +401,38 @@ struct QualityCheck::State {
                     (!code[f] || (o.attribute == phase[f]->attribute && code[f]->attribute != phase[f]->attribute)))
                     code[f] = &o;
         }
+        arcs(sat, system, obs.system, obs.number, t, newArc, lossOfLock, anyPhase, slipFlagged, phase, code, false);
+        sat.skySeen = true;
+        sat.skyLastTime = t;
+    }
+
+    void startSatellite(SatelliteAccumulator& sat, double t, bool newArc) {
+        sat.seen = true;
+        ++sat.epochs;
+        // Tracking runs.
+        if (sat.runs.empty() || newArc) {
+            if (sat.runs.size() < options.maxRunsPerSatellite)
+                sat.runs.emplace_back(t, t);
+            else
+                sat.runs.back().second = t;
+        } else {
+            sat.runs.back().second = t;
+        }
+    }
+
+    // The channel of a GLONASS slot in the first pass: the writer's, remembered for endTracking.
+    int trackedGlonassChannel(int number) {
+        const int channel = trackedChannel[number];
+        if (channel == kNoChannel || (usedChannel[number] != kNoChannel && usedChannel[number] != channel))
+            trackingBroken = true;
+        usedChannel[number] = channel;
+        return channel == kNoChannel ? 99 : channel;
+    }
+
+    // Slips and multipath of a satellite epoch from its selected phases and codes.
+    void arcs(SatelliteAccumulator& sat, SystemAccumulator& system, char letter, int number, double t, bool newArc,
+              bool lossOfLock, bool anyPhase, bool slipFlagged, const Observation* const phase[2],
+              const Observation* const code[2], bool tracking) {
         if (anyPhase) {
             ++sat.phaseEpochs;
             ++system.phaseEpochs;
@@ -366,14 +444,27 @@ struct QualityCheck::State {
         double gf = 0, nw = 0, fa = 0, fb = 0, la = 0, lb = 0;
         const bool dual = phase[0] && phase[1];
         if (dual) {
-            const int channel = obs.system == 'R' ? glonassChannel(obs.number, t) : 0;
-            fa = carrierFrequency(obs.system, phase[0]->band, phase[0]->attribute, channel);
-            fb = carrierFrequency(obs.system, phase[1]->band, phase[1]->attribute, channel);
+            const int channel = letter != 'R' ? 0 : tracking ? trackedGlonassChannel(number) : glonassChannel(number, t);
+            fa = carrierFrequency(letter, phase[0]->band, phase[0]->attribute, channel);
+            fb = carrierFrequency(letter, phase[1]->band, phase[1]->attribute, channel);
         }
         const bool usable = dual && fa > 0 && fb > 0 && fa != fb;
+        CarrierPair& pair = sat.carriers;
+        if (usable && (pair.fa != fa || pair.fb != fb)) {
+            pair.fa = fa;
+            pair.fb = fb;
+            pair.la = gnss::kSpeedOfLight / fa;
+            pair.lb = gnss::kSpeedOfLight / fb;
+            pair.lw = gnss::kSpeedOfLight / (fa - fb);
+            const double alpha = (fa / fb) * (fa / fb);
+            pair.mpA1 = 1 + 2 / (alpha - 1);
+            pair.mpB1 = 2 / (alpha - 1);
+            pair.mpA2 = 2 * alpha / (alpha - 1);
+            pair.mpB2 = 2 * alpha / (alpha - 1) - 1;
+        }
         if (usable) {
-            la = gnss::kSpeedOfLight / fa;
-            lb = gnss::kSpeedOfLight / fb;
+            la = pair.la;
+            lb = pair.lb;
             gf = la * phase[0]->value - lb * phase[1]->value;
             if (!newArc && sat.gfCount > 0) {
                 const double dt = t - sat.t1;
@@ -382,7 +473,7 @@ struct QualityCheck::State {
                 if (std::fabs(gf - predicted) > geometryFreeThreshold(dt)) gfSlip = true;
             }
             if (code[0] && code[1]) {
-                const double lw = gnss::kSpeedOfLight / (fa - fb);
+                const double lw = pair.lw;
                 nw = (phase[0]->value - phase[1]->value) - (fa * code[0]->value + fb * code[1]->value) / (fa + fb) / lw;
                 if (!newArc && sat.mwCount > 0) {
                     const double sigma = sat.mwCount >= 2 ? std::sqrt(sat.mwM2 / double(sat.mwCount - 1)) : 0;
@@ -411,12 +502,11 @@ struct QualityCheck::State {
                 sat.mwMean += delta / double(sat.mwCount);
                 sat.mwM2 += delta * (nw - sat.mwMean);
             }
-            const double alpha = (fa / fb) * (fa / fb);
             const double pa = la * phase[0]->value, pb = lb * phase[1]->value;
             double mp[2] = {0, 0};
             bool have[2] = {code[0] != nullptr, code[1] != nullptr};
-            if (have[0]) mp[0] = code[0]->value - (1 + 2 / (alpha - 1)) * pa + (2 / (alpha - 1)) * pb;
-            if (have[1]) mp[1] = code[1]->value - (2 * alpha / (alpha - 1)) * pa + (2 * alpha / (alpha - 1) - 1) * pb;
+            if (have[0]) mp[0] = code[0]->value - pair.mpA1 * pa + pair.mpB1 * pb;
+            if (have[1]) mp[1] = code[1]->value - pair.mpA2 * pa + pair.mpB2 * pb;
             for (int f = 0; f < 2; ++f) {
                 if (!have[f]) continue;
                 MultipathArc& arc = sat.mp[f];
@@ -505,10 +595,167 @@ struct QualityCheck::State {
             ++o.positionEpochs;
         }
     }
+
+    // Positioning and elevations of an epoch, before its satellites; true with a fix.
+    bool locate(const Epoch& epoch, PositionFix& fix) {
+        bool haveFix = false;
+        if (positioning && (options.positionInterval <= 0 || epoch.time < lastPositioned ||
+                            epoch.time - lastPositioned >= options.positionInterval)) {
+            lastPositioned = epoch.time;
+            const Vec3* guess = hasFix ? &lastFix : header.hasApproxPosition ? &header.approxPosition : nullptr;
+            haveFix = positioning->solve(epoch, guess, fix);
+            if (haveFix) {
+                if (!hasFix) reference = fix.position;
+                hasFix = true;
+                lastFix = fix.position;
+                for (int i = 0; i < 3; ++i) {
+                    const double d = fix.position[size_t(i)] - reference[size_t(i)];
+                    sum[i] += d;
+                    sumSq[i] += d * d;
+                }
+                ++fixes;
+                usedSum += fix.satellites;
+                ++pdopHistogram[size_t(std::min(kPdopBins, int(fix.pdop / kPdopBin)))];
+            }
+        }
+        updateVisibility(epoch.time);
+        for (auto& system : systems)
+            system.expected += system.visibleNow;
+        return haveFix;
+    }
+
+    // First pass: a step compared with the writer's interval so far.
+    bool beyondTrackedStep(double step) {
+        if (step > trackedMaxStep) {
+            smallestBeyond = std::min(smallestBeyond, step);
+            return true;
+        }
+        largestWithin = std::max(largestWithin, step);
+        return false;
+    }
+
+    void trackEpoch(double t) {
+        if (epochs == 0) {
+            first = last = t;
+        } else {
+            const double step = t - last;
+            if (step > 0 && beyondTrackedStep(step)) {
+                ++gapCount;
+                if (gaps.size() < 1000) gaps.push_back({last, t, 0}); // missing epochs: endTracking
+            }
+            last = std::max(last, t);
+        }
+        ++epochs;
+    }
+
+    // addSatellite without elevations, from the fields of a satellite line.
+    void trackSatellite(const TrackedSatellite& in, double t) {
+        const int s = in.system;
+        if (s < 0 || s >= kSystemCount || in.number < 1 || in.number > 63) return;
+        SystemAccumulator& system = systems[s];
+        SatelliteAccumulator& sat = satellites[s][in.number];
+        systemTracked[s] = true;
+        ++satelliteEpochStamp;
+        const bool newArc = sat.lastTime < 0 || t <= sat.lastTime || beyondTrackedStep(t - sat.lastTime);
+        startSatellite(sat, t, newArc);
+
+        // The fields come in the order of the record's observations: column by column, and
+        // code, phase, Doppler, strength within a column.
+        TrackedColumn* const columns = trackedColumns[s];
+        Observation phases[2], codes[2];
+        const Observation* phase[2] = {nullptr, nullptr};
+        const Observation* code[2] = {nullptr, nullptr};
+        bool lossOfLock = false, anyPhase = false;
+        for (uint64_t left = in.columns; left != 0; left &= left - 1) {
+            const int c = __builtin_ctzll(left);
+            TrackedColumn& column = columns[c];
+            if (column.key < 0) continue;
+            const TrackedSatellite::Column& values = in.column[c];
+            const unsigned fields = values.fields;
+            long* const counts = trackedFieldCounts[s] + 4 * c;
+            for (int k = 0; k < 4; ++k)
+                counts[k] += (fields >> k) & 1;
+            if (column.signal < 0) {
+                int& si = system.signalIndex[size_t(column.key)];
+                if (si < 0) {
+                    si = int(system.signals.size());
+                    system.signals.push_back(std::string{column.band, column.attribute});
+                    system.signal.emplace_back();
+                }
+                column.signal = si;
+            }
+            SignalAccumulator& sig = system.signal[size_t(column.signal)];
+            if (sig.stamp != satelliteEpochStamp) {
+                sig.stamp = satelliteEpochStamp;
+                ++sig.observations;
+            }
+            if ((fields & 8) && values.value[3] > 0 && values.value[3] < 100) {
+                sig.cn0Sum += values.value[3];
+                ++sig.cn0Count;
+            }
+            if ((fields & 2) && values.value[1] != 0) {
+                anyPhase = true;
+                if ((values.lli & 2) &&
+                    (!system.bands[0] || column.band == system.bands[0] || column.band == system.bands[1]))
+                    lossOfLock = true;
+                for (int f = 0; f < 2; ++f)
+                    if (column.band == system.bands[f] && !phase[f]) {
+                        phases[f] = Observation{'L', column.band, column.attribute, values.value[1], (values.lli >> 1) & 1};
+                        phase[f] = &phases[f];
+                    }
+            }
+        }
+        for (int f = 0; f < 2; ++f) {
+            if (!phase[f]) continue;
+            for (uint64_t left = in.columns; left != 0; left &= left - 1) {
+                const int c = __builtin_ctzll(left);
+                const TrackedColumn& column = columns[c];
+                const TrackedSatellite::Column& values = in.column[c];
+                if ((values.fields & 1) && column.band == system.bands[f] && values.value[0] != 0 &&
+                    (!code[f] ||
+                     (column.attribute == phase[f]->attribute && code[f]->attribute != phase[f]->attribute))) {
+                    codes[f] = Observation{'C', column.band, column.attribute, values.value[0], 0};
+                    code[f] = &codes[f];
+                }
+            }
+        }
+        arcs(sat, system, kSystemLetters[s], in.number, t, newArc, lossOfLock, anyPhase, false, phase, code, true);
+    }
+
+    // The elevation part of addSatellite.
+    void replaySatellite(int s, int number, double t, const uint8_t* columns, int count, const double* strengths) {
+        if (s < 0 || s >= kSystemCount || number < 1 || number > 63) return;
+        SystemAccumulator& system = systems[s];
+        SatelliteAccumulator& sat = satellites[s][number];
+        ++replayEpochStamp;
+        const bool aboveMask = sat.hasElevation && sat.elevation >= options.elevationMask * gnss::kPi / 180.0;
+        const int elevationBin =
+            sat.hasElevation && sat.elevation >= 0 ? std::min(17, int(sat.elevation * 180 / gnss::kPi / 5)) : -1;
+        for (int i = 0; i < count; ++i) {
+            const bool strength = (columns[i] & 0x80) != 0;
+            const int c = columns[i] & 0x7F;
+            const double value = strength ? *strengths++ : 0;
+            const int si = c < kTrackedColumns ? trackedColumns[s][c].signal : -1;
+            if (si < 0) continue;
+            SignalAccumulator& sig = system.signal[size_t(si)];
+            if (sig.replayStamp != replayEpochStamp) {
+                sig.replayStamp = replayEpochStamp;
+                if (aboveMask) ++sig.aboveMask;
+            }
+            if (strength && elevationBin >= 0) {
+                sig.binSum[size_t(elevationBin)] += value;
+                ++sig.binCount[size_t(elevationBin)];
+            }
+        }
+        sat.skySeen = true;
+        sat.skyLastTime = t;
+    }
 };
 
 QualityCheck::QualityCheck(Options options) : s_(new State) {
     s_->options = options;
+    for (int n = 0; n < 64; ++n)
+        s_->trackedChannel[n] = s_->usedChannel[n] = kNoChannel;
 }
 
 QualityCheck::~QualityCheck() = default;
@@ -522,7 +769,6 @@ void QualityCheck::setHeader(const ObservationHeader& header) {
     }
     for (int s = 0; s < kSystemCount; ++s) {
         const char letter = kSystemLetters[s];
-        const char* pairs = bandPairs(letter);
         const auto types = header.obsTypes.find(letter);
         auto hasPhase = [&](char band) {
             if (types == header.obsTypes.end()) return false;
@@ -530,18 +776,7 @@ void QualityCheck::setHeader(const ObservationHeader& header) {
                 if (t[0] == 'L' && t[1] == band) return true;
             return false;
         };
-        SystemAccumulator& system = s_->systems[s];
-        system.bands[0] = system.bands[1] = 0;
-        for (const char* p = pairs; *p; p += 2)
-            if (hasPhase(p[0]) && hasPhase(p[1])) {
-                system.bands[0] = p[0];
-                system.bands[1] = p[1];
-                break;
-            }
-        if (!system.bands[0] && *pairs && types == header.obsTypes.end()) {
-            system.bands[0] = pairs[0];
-            system.bands[1] = pairs[1];
-        }
+        chooseBands(letter, types != header.obsTypes.end(), hasPhase, s_->systems[s].bands);
     }
     if (s_->positioning) s_->positioning->setGlonassChannels(header.glonassChannels);
 }
@@ -586,35 +821,139 @@ void QualityCheck::addEpoch(const Epoch& epoch) {
     s.span(epoch.time);
 
     PositionFix fix;
-    bool haveFix = false;
-    if (s.positioning && (s.options.positionInterval <= 0 || epoch.time < s.lastPositioned ||
-                          epoch.time - s.lastPositioned >= s.options.positionInterval)) {
-        s.lastPositioned = epoch.time;
-        const Vec3* guess = s.hasFix ? &s.lastFix
-                            : s.header.hasApproxPosition ? &s.header.approxPosition
-                                                         : nullptr;
-        haveFix = s.positioning->solve(epoch, guess, fix);
-        if (haveFix) {
-            if (!s.hasFix) s.reference = fix.position;
-            s.hasFix = true;
-            s.lastFix = fix.position;
-            for (int i = 0; i < 3; ++i) {
-                const double d = fix.position[size_t(i)] - s.reference[size_t(i)];
-                s.sum[i] += d;
-                s.sumSq[i] += d * d;
-            }
-            ++s.fixes;
-            s.usedSum += fix.satellites;
-            ++s.pdopHistogram[size_t(std::min(kPdopBins, int(fix.pdop / kPdopBin)))];
-        }
-    }
-    s.updateVisibility(epoch.time);
-    for (auto& system : s.systems)
-        system.expected += system.visibleNow;
+    const bool haveFix = s.locate(epoch, fix);
     for (size_t i = 0; i < epoch.satelliteCount; ++i)
         s.addSatellite(epoch.satellites[i], epoch.time, epoch.flag == 1);
     s.occupationEpoch(epoch, haveFix ? &fix : nullptr);
     s.sample(epoch, haveFix ? &fix : nullptr);
+}
+
+void QualityCheck::trackColumn(int system, int column, char band, char attribute) {
+    State& s = *s_;
+    if (system < 0 || system >= kSystemCount) return; // satellites the check skips
+    if (column < 0 || column >= kTrackedColumns || column > s.trackedColumnCount[system]) {
+        s.trackingBroken = true;
+        return;
+    }
+    TrackedColumn& c = s.trackedColumns[system][column];
+    if (column < s.trackedColumnCount[system]) {
+        if (c.band != band || c.attribute != attribute) s.trackingBroken = true;
+        return;
+    }
+    c.band = band;
+    c.attribute = attribute;
+    c.key = signalKey(band, attribute);
+    c.signal = -1;
+    const int count = ++s.trackedColumnCount[system];
+    // Every column lists a phase: the bands as the header will choose them, so far.
+    char bands[2];
+    chooseBands(kSystemLetters[system], true,
+                [&](char b) {
+                    for (int i = 0; i < count; ++i)
+                        if (s.trackedColumns[system][i].band == b) return true;
+                    return false;
+                },
+                bands);
+    char* tracked = s.trackedBands[system];
+    if (bands[0] != tracked[0] || bands[1] != tracked[1]) {
+        if (s.systemTracked[system]) s.trackingBroken = true;
+        tracked[0] = s.systems[system].bands[0] = bands[0];
+        tracked[1] = s.systems[system].bands[1] = bands[1];
+    }
+}
+
+void QualityCheck::trackGlonassChannel(int slot, int channel) {
+    if (slot >= 1 && slot <= 63) s_->trackedChannel[slot] = channel;
+}
+
+void QualityCheck::trackInterval(double seconds) {
+    s_->trackedMaxStep = 1.5 * seconds;
+}
+
+void QualityCheck::trackEpoch(double time) {
+    s_->trackEpoch(time);
+}
+
+void QualityCheck::trackSatellite(const TrackedSatellite& satellite, double time) {
+    s_->trackSatellite(satellite, time);
+}
+
+void QualityCheck::trackingFailed() {
+    s_->trackingBroken = true;
+}
+
+bool QualityCheck::endTracking() {
+    State& s = *s_;
+    // Without an interval in the header the check's interval follows the steps it meets.
+    if (s.trackingBroken || !s.intervalFixed || !(s.interval > 0)) return false;
+    const double maxStep = 1.5 * s.interval;
+    if (s.largestWithin > maxStep || !(s.smallestBeyond > maxStep)) return false;
+    static const char kTypes[] = "CLDS";
+    for (int sys = 0; sys < kSystemCount; ++sys) {
+        if (!s.systemTracked[sys]) continue;
+        const auto types = s.header.obsTypes.find(kSystemLetters[sys]);
+        const int count = s.trackedColumnCount[sys];
+        if (types == s.header.obsTypes.end() || types->second.size() != size_t(4 * count)) return false;
+        for (int c = 0; c < count; ++c)
+            for (int k = 0; k < 4; ++k) {
+                const std::string& t = types->second[size_t(4 * c + k)];
+                const TrackedColumn& column = s.trackedColumns[sys][c];
+                if (t.size() != 3 || t[0] != kTypes[k] || t[1] != column.band || t[2] != column.attribute) return false;
+            }
+        if (s.systems[sys].bands[0] != s.trackedBands[sys][0] || s.systems[sys].bands[1] != s.trackedBands[sys][1])
+            return false;
+    }
+    for (int n = 1; n < 64; ++n) {
+        if (s.usedChannel[n] == kNoChannel) continue;
+        const auto it = s.header.glonassChannels.find(n);
+        if (it == s.header.glonassChannels.end() || it->second != s.usedChannel[n]) return false;
+    }
+    // The header agrees: the counts go to their codes, the gaps get their missing epochs.
+    for (int sys = 0; sys < kSystemCount; ++sys) {
+        SystemAccumulator& system = s.systems[sys];
+        for (int c = 0; c < s.trackedColumnCount[sys]; ++c) {
+            const TrackedColumn& column = s.trackedColumns[sys][c];
+            if (column.key < 0) continue;
+            for (int k = 0; k < 4; ++k) {
+                const long n = s.trackedFieldCounts[sys][4 * c + k];
+                if (n == 0) continue;
+                int& ci = system.codeIndex[size_t(k * 260 + column.key)];
+                if (ci < 0) {
+                    ci = int(system.codes.size());
+                    system.codes.push_back(std::string{kTypes[k], column.band, column.attribute});
+                    system.codeCounts.push_back(0);
+                }
+                system.codeCounts[size_t(ci)] += n;
+            }
+        }
+    }
+    for (Gap& gap : s.gaps)
+        gap.missingEpochs = std::max(0L, long(std::llround((gap.end - gap.start) / s.interval)) - 1);
+    return true;
+}
+
+int QualityCheck::trackedSignal(int system, int column) const {
+    if (system < 0 || system >= kSystemCount || column < 0 || column >= kTrackedColumns) return -1;
+    return s_->trackedColumns[system][column].signal;
+}
+
+void QualityCheck::replayEpoch(const Epoch& epoch) {
+    s_->replayHaveFix = s_->locate(epoch, s_->replayFix);
+}
+
+void QualityCheck::replaySatellite(int system, int number, double time, const uint8_t* columns, int count,
+                                   const double* strengths) {
+    s_->replaySatellite(system, number, time, columns, count, strengths);
+}
+
+void QualityCheck::replayEpochEnd(const Epoch& epoch) {
+    State& s = *s_;
+    s.occupationEpoch(epoch, s.replayHaveFix ? &s.replayFix : nullptr);
+    s.sample(epoch, s.replayHaveFix ? &s.replayFix : nullptr);
+}
+
+void QualityCheck::replayEvent(const Epoch& epoch) {
+    if (epoch.flag >= 2 && epoch.flag <= 5) s_->event(epoch);
 }
 
 Report QualityCheck::finish() {

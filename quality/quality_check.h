@@ -5,6 +5,7 @@
 // at the end. Navigation data, when given before the epochs, adds elevations, completeness and
 // positions.
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -26,6 +27,20 @@ struct Options {
     double positionInterval = 0;
 };
 
+// One satellite line of a conversion as the writer hands it over, field by field: four fields
+// (code, phase, Doppler, strength) per signal column of the system.
+struct TrackedSatellite {
+    struct Column {
+        uint8_t fields = 0;   // bit k: field k holds a value
+        uint8_t lli = 0;      // bit k: its loss-of-lock digit is 1
+        double value[4] = {}; // the Doppler's is not kept
+    };
+    int system = 0; // systemIndex
+    int number = 0;
+    uint64_t columns = 0; // bit c: column c holds a value
+    const Column* column = nullptr;
+};
+
 class QualityCheck {
 public:
     explicit QualityCheck(Options options = {});
@@ -37,6 +52,33 @@ public:
     // A message for the report (e.g. a reader's problem).
     void addMessage(const std::string& message);
     Report finish();
+
+    // A conversion's check in two passes (conversion_feed.h), with the numbers of addEpoch.
+    // The first pass follows the records as they are written and computes what needs no
+    // navigation data: span, counts, strengths, slips, multipath. What it needs of the header
+    // (observation types, interval, GLONASS channels) is taken from the writer as it goes and
+    // compared with the header by endTracking.
+    void trackColumn(int system, int column, char band, char attribute);
+    void trackGlonassChannel(int slot, int channel);
+    void trackInterval(double seconds);
+    void trackEpoch(double time);
+    void trackSatellite(const TrackedSatellite& satellite, double time);
+    // Records the first pass cannot follow (e.g. a field of a column not announced).
+    void trackingFailed();
+    // After setHeader: false when the header contradicts what the first pass assumed (the
+    // check must then start again from the file).
+    bool endTracking();
+    // The signal index of a system's column for the second pass, -1 when it counts nowhere.
+    int trackedSignal(int system, int column) const;
+    // The second pass, after setNavigation, in the order of the records: an observation
+    // epoch (its time and satellite count; its satellites' code observations when positioned),
+    // then each satellite's signals (column indices) and its strengths in (0, 100) dB-Hz for
+    // the columns flagged 0x80, then the epoch's end; or an event record.
+    void replayEpoch(const Epoch& epoch);
+    void replaySatellite(int system, int number, double time, const uint8_t* columns, int count,
+                         const double* strengths);
+    void replayEpochEnd(const Epoch& epoch);
+    void replayEvent(const Epoch& epoch);
 
 private:
     struct State;

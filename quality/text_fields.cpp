@@ -92,11 +92,6 @@ const ThreeDecimals kThreeDecimals;
 
 } // namespace
 
-double fixedThreeDecimals(uint64_t thousandths, bool negative) {
-    // Whole digits accumulate exactly in parseFixed; the sum is the same one.
-    const double whole = double(thousandths / 1000);
-    const double value = whole + kThreeDecimals.fraction[thousandths % 1000];
-    return negative ? -value : value;
-}
+extern const double* const kThreeDecimalFractions = kThreeDecimals.fraction;
 
 } // namespace quality

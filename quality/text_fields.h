@@ -20,6 +20,13 @@ FieldKind parseFixed(const char* p, size_t len, double& value);
 // What parseFixed reads from the three-decimal text of thousandths/1000 (with a "-" when
 // negative), computed without the text: the check fed by a conversion gets the same
 // numbers as the check that reads the written file.
-double fixedThreeDecimals(uint64_t thousandths, bool negative);
+// Inline: a conversion's check calls it for every value.
+extern const double* const kThreeDecimalFractions; // ".000" to ".999" as parseFixed sums them
+inline double fixedThreeDecimals(uint64_t thousandths, bool negative) {
+    // Whole digits accumulate exactly in parseFixed; the sum is the same one.
+    const double whole = double(thousandths / 1000);
+    const double value = whole + kThreeDecimalFractions[thousandths % 1000];
+    return negative ? -value : value;
+}
 
 } // namespace quality

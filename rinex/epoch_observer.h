@@ -7,19 +7,32 @@
 
 namespace rinex {
 
+// One observation field of a satellite line: its index in the line (four per signal column:
+// code, phase, Doppler, strength), the value given to the 14-character form (which may still
+// leave it blank), and the loss-of-lock digit (0 or 1).
+struct ObservedValue {
+    int field;
+    int lossOfLock;
+    double value;
+};
+
 class EpochObserver {
 public:
     virtual ~EpochObserver() = default;
     // An observation epoch record (flag 0): its time and the count of satellite lines that
-    // follow, each announced by satellite() and followed by its values.
+    // follow, each handed over by satellite() with its values in the order of their fields.
     virtual void epoch(int64_t gpsMilliseconds, int satellites) = 0;
-    virtual void satellite(char system, int number) = 0;
-    // One observation field of the current satellite line: its index in the line (four per
-    // signal column: code, phase, Doppler, strength), the value given to the 14-character
-    // form (which may still leave it blank), and the loss-of-lock digit (0 or 1).
-    virtual void value(int field, double value, int lossOfLock) = 0;
+    virtual void satellite(char system, int number, const ObservedValue* values, int count) = 0;
     // A line of an event record (the epoch line first) as written, without its line end.
     virtual void eventLine(const char* text, int length) = 0;
+    // Column `column` of the system's satellite lines holds the fields of the signal band +
+    // attribute, as the header's observation types will name it; told before the first
+    // satellite line that has the column. Unused by default.
+    virtual void signalColumn(char system, int column, char band, char attribute) {
+        (void)system, (void)column, (void)band, (void)attribute;
+    }
+    // The frequency channel of a GLONASS slot as the header will list it (the last one told).
+    virtual void glonassChannel(int slot, int channel) { (void)slot, (void)channel; }
 };
 
 } // namespace rinex

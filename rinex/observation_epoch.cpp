@@ -132,7 +132,17 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
     }
 
     rinex::EpochObserver* const observer = epochObserver_;
-    if constexpr (Observed) observer->satellite(first->system, first->satellite);
+    if constexpr (Observed) {
+        // The observer learns the columns' signals before their first values.
+        int& told = observedColumns_[uint8_t(first->system)];
+        for (; told < columns.size(); ++told) {
+            const SignalColumn& c = columns[told];
+            observer->signalColumn(first->system, told, headerBand(first->system, c.code), c.code[1]);
+        }
+    }
+    // The line's values for the observer, handed over when the line is done.
+    rinex::ObservedValue observed[Observed ? 4 * kMaxColumns : 1];
+    int observedCount = 0;
 
     // "%c%02d" without printf: it runs once per satellite line.
     char* p = line;
@@ -158,7 +168,7 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
             const double pseudorange = rinex::foldObservation(e->pseudorange, lli);
             rinex::formatFixed14(p, pseudorange);
             p[14] = lli;
-            if constexpr (Observed) observer->value(4 * column, pseudorange, lli == '1');
+            if constexpr (Observed) observed[observedCount++] = {4 * column, lli == '1', pseudorange};
             p[15] = ' ';
         } else {
             std::memset(p, ' ', kFieldWidth);
@@ -172,8 +182,10 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
         if (e->signalInfo->quarterCycles != 0) phase += e->signalInfo->quarterCycles * 0.25;
         if (e->system == 'R') {
             // A channel beyond the header's two-character field is damaged data: not listed.
-            if (e->glonassFrequency >= -9 && e->glonassFrequency <= 99)
+            if (e->glonassFrequency >= -9 && e->glonassFrequency <= 99) {
                 glonassSlots_.insert(e->satellite, e->glonassFrequency);
+                if constexpr (Observed) observer->glonassChannel(e->satellite, e->glonassFrequency);
+            }
             const double bias = glonassBias(e->code);
             if (bias != 0.0) {
                 const double f =
@@ -185,7 +197,7 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
             rinex::formatFixed14(p, phase);
             p[14] = lli;
             p[15] = char('0' + rinex::signalStrengthDigit(e->cn0));
-            if constexpr (Observed) observer->value(4 * column + 1, phase, lli == '1');
+            if constexpr (Observed) observed[observedCount++] = {4 * column + 1, lli == '1', phase};
         } else {
             std::memset(p, ' ', kFieldWidth);
         }
@@ -201,11 +213,13 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
         p[15] = ' ';
         p += kFieldWidth;
         if constexpr (Observed) {
-            observer->value(4 * column + 2, double(e->doppler), 0);
-            observer->value(4 * column + 3, double(e->cn0), 0);
+            observed[observedCount++] = {4 * column + 2, 0, double(e->doppler)};
+            observed[observedCount++] = {4 * column + 3, 0, double(e->cn0)};
         }
     }
 
+    if constexpr (Observed) observer->satellite(first->system, first->satellite, observed, observedCount);
+    (void)observedCount;
     while (p > line && p[-1] == ' ')
         --p;
     *p++ = '\r';

@@ -115,6 +115,11 @@ qint64 Rinex3xx::writeStationLines(double x, double y, double z) {
     return written;
 }
 
+char Rinex3xx::headerBand(char system, const char* code) const {
+    // RINEX 3.02 names the BeiDou B1 signal 1I where later versions say 2I.
+    return minorVersion_ == 2 && system == 'C' && code[0] == '2' && code[1] == 'I' ? '1' : code[0];
+}
+
 qint64 Rinex3xx::writeObsTypes(const SignalMap& signalMap) {
     static const char kLabel[] = "SYS / # / OBS TYPES";
     static const char kTypeLetters[] = {'C', 'L', 'D', 'S'};
@@ -230,11 +235,10 @@ bool Rinex3xx::writeObservationHeader() {
     writeHeaderLine("%-20s%40s%-20s\r\n", markerType_.constData(), "", "MARKER TYPE");
     writeStationLines(x, y, z);
 
-    // RINEX 3.02 names the BeiDou B1 signal 1I where later versions say 2I.
     SignalMap signalMap = signalMap_;
-    if (minorVersion_ == 2 && signalMap.contains('C')) {
+    if (signalMap.contains('C')) {
         for (SignalColumn& column : signalMap['C'])
-            if (column.code[0] == '2' && column.code[1] == 'I') column.code[0] = '1';
+            column.code[0] = headerBand('C', column.code);
     }
     writeObsTypes(signalMap);
 

@@ -225,6 +225,7 @@ qint64 Rinex3xx::open(const QString& path) {
     glonassSlots_.clear();
     signalMap_ = presetSignals_;
     signalMap_.detach(); // the epoch writer changes it; detach now, not on the first epoch
+    std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
     navigation_.reset();
     navigation_.setVersion(version_);
     writeError_.clear();

@@ -10,6 +10,8 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -141,7 +143,10 @@ public:
     bool setAntiSpoofingFlag(bool flag);
     // Told every observation record as it is written (not owned; nullptr: none). Unlike the
     // setters it may be set while the files are open.
-    void setEpochObserver(rinex::EpochObserver* observer) { epochObserver_ = observer; }
+    void setEpochObserver(rinex::EpochObserver* observer) {
+        epochObserver_ = observer;
+        std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
+    }
     // Also handed the observation file's body as it is written (not owned; nullptr: none),
     // RINEX 3 and 4 only. Set before open.
     bool setObservationBodySink(rinex::ObservationBodySink* sink);
@@ -349,6 +354,9 @@ private:
     std::vector<std::pair<quint32, quint32>> rinex2Listed_;
     std::vector<char> rinex2Records_;
     rinex::EpochObserver* epochObserver_ = nullptr;
+    int observedColumns_[256] = {}; // per system letter, the columns the observer was told of
+    // The band digit of a column's code in the header's observation types.
+    char headerBand(char system, const char* code) const;
     rinex::ObservationBodySink* bodySink_ = nullptr;
     bool bodyToSink_ = false; // between the reserved header and the header written at close
     bool bodySinkBegun_ = false;

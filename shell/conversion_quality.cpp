@@ -41,6 +41,7 @@ bool ConversionQuality::prepare(const QStringList& files, QString* error) {
         return false;
     }
     observationFile_ = QFile::decodeName(quality::observationFileOf(paths).c_str());
+    readTheFile_ = feed_->readTheFile();
     return true;
 }
 

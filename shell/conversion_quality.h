@@ -27,6 +27,8 @@ public:
     // One slice of the replay; true when the report is made.
     bool step();
     std::shared_ptr<const quality::Report> report() const { return report_; }
+    // Whether the check had to read the written observation file (quality/conversion_feed.h).
+    bool readTheFile() const { return readTheFile_; }
     QStringList summaryLines() const;
     // The report as one HTML page beside the observation file (quality_report_path.h); its
     // path, or empty with the reason.
@@ -36,4 +38,5 @@ private:
     std::unique_ptr<quality::ConversionFeed> feed_;
     std::shared_ptr<const quality::Report> report_;
     QString observationFile_;
+    bool readTheFile_ = false;
 };

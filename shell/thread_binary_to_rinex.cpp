@@ -82,6 +82,7 @@ void ThreadBinaryToRinex::startConvert() {
         qualityError_.clear();
         qualitySummary_.clear();
         qualityReportPath_.clear();
+        qualityReadTheFile_ = false;
         if (qualityEnabled_) {
             quality_.reset(new ConversionQuality());
             // The check reads RINEX 3 only: for other versions nothing is kept, and the
@@ -219,6 +220,7 @@ void ThreadBinaryToRinex::endConversion(const QString& costText) {
         if (quality_) {
             qualityReport_ = quality_->report();
             qualitySummary_ = quality_->summaryLines();
+            qualityReadTheFile_ = quality_->readTheFile();
             if (qualityHtmlBeside_) {
                 QString why;
                 qualityReportPath_ = quality_->writeHtmlBeside(&why);

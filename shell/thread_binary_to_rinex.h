@@ -48,6 +48,9 @@ public:
     // none), and the path of the HTML report written beside the output (empty: none).
     QStringList qualitySummary() const { return qualitySummary_; }
     QString qualityReportPath() const { return qualityReportPath_; }
+    // Whether the check had to read the written observation file instead of following the
+    // records as they were written (a rare stream; see quality/conversion_feed.h).
+    bool qualityReadTheFile() const { return qualityReadTheFile_; }
 
 signals:
     void progress(int prg);
@@ -92,4 +95,5 @@ private:
     QString qualityError_;
     QStringList qualitySummary_;
     QString qualityReportPath_;
+    bool qualityReadTheFile_ = false;
 };

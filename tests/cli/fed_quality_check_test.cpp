@@ -4,6 +4,7 @@
 // The report's headers come before any Qt header: Qt's keyword macros would rename their fields.
 #include "json_report.h"
 #include "quality/check_files.h"
+#include "quality/html_report.h"
 #include "quality/report.h"
 #include "quality/text_fields.h"
 
@@ -37,6 +38,7 @@ struct Conversion {
     QStringList files; // the "wrote" messages, or the five short names
     QStringList summary;
     QString reportPath;
+    bool readTheFile = false; // the check read the written file instead of following the records
 };
 
 // One conversion on this thread's event loop, with the check on.
@@ -62,6 +64,7 @@ Conversion convert(const QString& input, const QString& output, QMap<QString, QS
         run.error = worker->qualityError();
         run.summary = worker->qualitySummary();
         run.reportPath = worker->qualityReportPath();
+        run.readTheFile = worker->qualityReadTheFile();
     });
     worker->startConvert();
     QElapsedTimer clock;
@@ -77,18 +80,31 @@ Conversion convert(const QString& input, const QString& output, QMap<QString, QS
     return run;
 }
 
-std::string fileReportJson(const QStringList& files) {
+bool fileReport(const QStringList& files, quality::Report& report, std::string& error) {
     std::vector<std::string> paths;
     for (const QString& f : files)
         paths.push_back(QFile::encodeName(f).toStdString());
     quality::Options options;
     options.positionInterval = quality::kConversionPositionInterval;
+    return quality::checkConversionFiles(paths, options, report, error);
+}
+
+std::string fileReportJson(const QStringList& files) {
     quality::Report report;
     std::string error;
-    if (!quality::checkConversionFiles(paths, options, report, error)) return "error: " + error;
+    if (!fileReport(files, report, error)) return "error: " + error;
     return qc::jsonReport(report).dump(1);
 }
 
+std::string fileReportHtml(const QStringList& files) {
+    quality::Report report;
+    std::string error;
+    if (!fileReport(files, report, error)) return "error: " + error;
+    return quality::htmlReport(report);
+}
+
+// The fed report equals the files' report, as JSON and as the HTML page; the check followed
+// the records as they were written unless the stream is one it cannot follow.
 void expectSameReport(const QString& input, QMap<QString, QString> extra = {}) {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
@@ -97,9 +113,11 @@ void expectSameReport(const QString& input, QMap<QString, QString> extra = {}) {
     ASSERT_TRUE(run.ok) << run.text.toStdString();
     ASSERT_TRUE(run.report) << run.error.toStdString();
     EXPECT_GT(run.report->epochs, 0);
+    EXPECT_FALSE(run.readTheFile);
     const std::string fed = qc::jsonReport(*run.report).dump(1);
     const std::string read = fileReportJson(run.files);
     EXPECT_EQ(fed, read);
+    EXPECT_EQ(quality::htmlReport(*run.report), fileReportHtml(run.files));
 }
 
 TEST(FedQualityCheck, SampleGivesTheReportOfItsFiles) {
@@ -139,7 +157,10 @@ TEST(FedQualityCheck, StationWithNavigationGivesTheReportOfItsFilesWithPositions
     EXPECT_TRUE(run.report->position.valid);
     EXPECT_TRUE(run.report->hasCompleteness);
     EXPECT_EQ(run.report->occupations.size(), 2u);
+    EXPECT_FALSE(run.readTheFile);
+    EXPECT_FALSE(run.report->cn0Curves.empty());
     EXPECT_EQ(qc::jsonReport(*run.report).dump(1), fileReportJson(run.files));
+    EXPECT_EQ(quality::htmlReport(*run.report), fileReportHtml(run.files));
 }
 
 TEST(FedQualityCheck, OutputOptionsGiveTheReportOfTheirFiles) {
@@ -208,6 +229,8 @@ TEST(FedQualityCheck, SingleEpochIsReported) {
         EXPECT_EQ(run.report->epochs, 1);
         EXPECT_EQ(qc::jsonReport(*run.report).dump(1), fileReportJson(run.files));
         EXPECT_EQ(run.summary.value(1), "Epochs 1, 0 gaps");
+        // Without an interval in the header the check reads the written file.
+        EXPECT_TRUE(run.readTheFile);
         return;
     }
     FAIL() << "no prefix of the sample gave one epoch";
