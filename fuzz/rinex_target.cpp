@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <sstream>
 #include <string>
 
@@ -7,6 +10,7 @@
 #include "quality/navigation.h"
 #include "quality/quality_check.h"
 #include "quality/rinex_obs_reader.h"
+#include "quality/text_fields.h"
 #include "quality/text_report.h"
 #include "targets.h"
 
@@ -18,10 +22,28 @@ bool finite(const quality::Vec3& v) {
     return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
 }
 
+// The number parser against strtod on the same text: the same verdict, the same bits.
+bool numberAsStrtodReadsIt(const std::string& text) {
+    double got = 0;
+    const bool ok = quality::parseNumber(text, got);
+    const std::string t = quality::trimmed(text);
+    if (t.empty() || t.size() > 40) return !ok;
+    std::string e = t;
+    for (char& c : e)
+        if (c == 'D' || c == 'd') c = 'E';
+    char* end = nullptr;
+    const double expected = std::strtod(e.c_str(), &end);
+    const bool expectedOk = end != e.c_str() && *end == '\0' && std::isfinite(expected);
+    if (ok != expectedOk) return false;
+    return !ok || std::memcmp(&got, &expected, sizeof got) == 0;
+}
+
 } // namespace
 
 std::string runRinex(const uint8_t* data, size_t size) {
     const std::string input(reinterpret_cast<const char*>(data), size);
+    if (!numberAsStrtodReadsIt(input.substr(0, std::min<size_t>(input.find('\n'), 48))))
+        return "number parsed unlike strtod";
     const std::string separator = "@@NAV@@\n";
     const size_t split = input.find(separator);
     quality::Navigation nav;

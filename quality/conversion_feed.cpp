@@ -343,8 +343,8 @@ void ConversionFeed::eventText(const std::string& text) {
     // epoch's time.
     emitPending();
     double flag = 0, count = 0;
-    const bool ok = text.size() >= 35 && parseNumber(field(text, 31, 1), flag) &&
-                    parseNumber(field(text, 32, 3), count) && flag >= 2 && flag <= 5 && count >= 0 &&
+    const bool ok = text.size() >= 35 && numberAt(text, 31, 1, flag) &&
+                    numberAt(text, 32, 3, count) && flag >= 2 && flag <= 5 && count >= 0 &&
                     count <= 999 && trimmed(field(text, 1, 28)).empty();
     if (!ok) {
         problem("malformed epoch line, epoch skipped");

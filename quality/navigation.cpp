@@ -39,12 +39,12 @@ bool parseRecordStart(const std::string& line, Record& r) {
     if (line.size() < 23) return false;
     r.system = line[0];
     double n = 0, v[6];
-    if (!parseNumber(field(line, 1, 2), n) || n < 1 || n > 63) return false;
+    if (!numberAt(line, 1, 2, n) || n < 1 || n > 63) return false;
     r.number = int(n);
     const size_t at[6] = {4, 9, 12, 15, 18, 21};
     const size_t len[6] = {4, 2, 2, 2, 2, 2};
     for (int i = 0; i < 6; ++i)
-        if (!parseNumber(field(line, at[i], len[i]), v[i])) return false;
+        if (!numberAt(line, at[i], len[i], v[i])) return false;
     if (v[0] < 1980 || v[0] > 2200 || v[1] < 1 || v[1] > 12 || v[2] < 1 || v[2] > 31 || v[3] < 0 || v[3] > 23 ||
         v[4] < 0 || v[4] > 59 || v[5] < 0 || v[5] > 60)
         return false;
@@ -53,7 +53,7 @@ bool parseRecordStart(const std::string& line, Record& r) {
     r.present.clear();
     for (size_t k = 0; k < 3; ++k) {
         double x = 0;
-        const bool ok = parseNumber(field(line, 23 + 19 * k, 19), x);
+        const bool ok = numberAt(line, 23 + 19 * k, 19, x);
         r.values.push_back(ok ? x : 0);
         r.present.push_back(ok);
     }
@@ -63,7 +63,7 @@ bool parseRecordStart(const std::string& line, Record& r) {
 void parseOrbitLine(const std::string& line, Record& r) {
     for (size_t k = 0; k < 4; ++k) {
         double x = 0;
-        const bool ok = parseNumber(field(line, 4 + 19 * k, 19), x);
+        const bool ok = numberAt(line, 4 + 19 * k, 19, x);
         r.values.push_back(ok ? x : 0);
         r.present.push_back(ok);
     }
@@ -172,7 +172,7 @@ bool Navigation::read(std::istream& in, std::string& error) {
             std::array<double, 4> values{};
             bool ok = true;
             for (size_t k = 0; k < 4; ++k)
-                ok = ok && parseNumber(field(line, 5 + 12 * k, 12), values[k]);
+                ok = ok && numberAt(line, 5 + 12 * k, 12, values[k]);
             if (ok && type == "GPSA") {
                 alpha = values;
                 hasAlpha = true;
@@ -182,7 +182,7 @@ bool Navigation::read(std::istream& in, std::string& error) {
             }
         } else if (label == "LEAP SECONDS") {
             double v = 0;
-            if (parseNumber(field(line, 0, 6), v) && v >= 0 && v < 100) leap = int(v);
+            if (numberAt(line, 0, 6, v) && v >= 0 && v < 100) leap = int(v);
         }
     }
     if (hasAlpha && hasBeta) setKlobuchar(alpha, beta);
@@ -223,22 +223,30 @@ bool Navigation::read(std::istream& in, std::string& error) {
     return true;
 }
 
+size_t Navigation::RecordKeyHash::operator()(const RecordKey& k) const {
+    // Adding 0.0 makes -0.0 and 0.0, which compare equal, hash alike.
+    const std::hash<double> h;
+    return h(k.toe + 0.0) * 31 ^ h(k.toc + 0.0) ^ size_t(k.fnav);
+}
+
+bool Navigation::firstOfItsKind(std::unordered_set<RecordKey, RecordKeyHash>& seen, const RecordKey& key) {
+    if (std::isnan(key.toe) || std::isnan(key.toc)) return true;
+    return seen.insert(key).second;
+}
+
 void Navigation::add(const KeplerEphemeris& eph) {
     if (eph.number < 1 || eph.number > 63) return;
-    auto& list = kepler_[systemIndex(eph.system)][eph.number];
-    for (const KeplerEphemeris& e : list)
-        if (e.number == eph.number && e.toe == eph.toe && e.toc == eph.toc && e.galileoFnav == eph.galileoFnav)
-            return; // the same record again
-    list.push_back(eph);
+    const int s = systemIndex(eph.system);
+    if (!firstOfItsKind(keplerKeys_[s][eph.number], RecordKey{eph.toe, eph.toc, eph.galileoFnav}))
+        return; // the same record again
+    kepler_[s][eph.number].push_back(eph);
     ordered_ = false;
 }
 
 void Navigation::add(const GlonassEphemeris& eph) {
     if (eph.number < 1 || eph.number > 63) return;
-    auto& list = glonass_[eph.number];
-    for (const GlonassEphemeris& g : list)
-        if (g.toc == eph.toc) return;
-    list.push_back(eph);
+    if (!firstOfItsKind(glonassKeys_[eph.number], RecordKey{0, eph.toc, false})) return;
+    glonass_[eph.number].push_back(eph);
     ordered_ = false;
     glonassCache_[eph.number] = GlonassCache{}; // the vector may have moved
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <istream>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "quality/broadcast_orbits.h"
@@ -44,8 +45,25 @@ public:
 private:
     void order() const;
 
+    // What tells a record from a repeat of it: reference times (and the Galileo message).
+    struct RecordKey {
+        double toe, toc;
+        bool fnav;
+        bool operator==(const RecordKey& o) const { return toe == o.toe && toc == o.toc && fnav == o.fnav; }
+    };
+    struct RecordKeyHash {
+        size_t operator()(const RecordKey& k) const;
+    };
+    // False when the list already holds the record; a record whose times are not numbers is
+    // never a repeat.
+    static bool firstOfItsKind(std::unordered_set<RecordKey, RecordKeyHash>& seen, const RecordKey& key);
+
     std::vector<KeplerEphemeris> kepler_[8][64]; // per system index and satellite number
     std::vector<GlonassEphemeris> glonass_[64];
+    // The records' keys, so that a repeat is found without a scan of the list: boards that log
+    // on change write thousands of records a day per satellite.
+    std::unordered_set<RecordKey, RecordKeyHash> keplerKeys_[8][64];
+    std::unordered_set<RecordKey, RecordKeyHash> glonassKeys_[64];
     // The records' positions in their lists, by reference time (then by position): a lookup
     // looks only at the records around its time, however many a day of data holds.
     mutable std::vector<uint32_t> keplerOrder_[8][64];

@@ -78,7 +78,7 @@ bool RinexObsReader::readHeader(ObservationHeader& header, std::string& error) {
             bool ok = true;
             for (int i = 0; i < 3; ++i) {
                 double v = 0;
-                ok = ok && parseNumber(field(content, 14 * size_t(i), 14), v) && std::isfinite(v);
+                ok = ok && numberAt(content, 14 * size_t(i), 14, v) && std::isfinite(v);
                 header.approxPosition[size_t(i)] = v;
             }
             header.hasApproxPosition = ok;
@@ -100,7 +100,7 @@ bool RinexObsReader::readHeader(ObservationHeader& header, std::string& error) {
             if (!(header.interval > 0) || !std::isfinite(header.interval)) header.interval = 0;
         } else if (label == "LEAP SECONDS") {
             double v = 0;
-            if (parseNumber(field(content, 0, 6), v) && v >= 0 && v < 100) header.leapSeconds = int(v);
+            if (numberAt(content, 0, 6, v) && v >= 0 && v < 100) header.leapSeconds = int(v);
         } else if (label == "GLONASS SLOT / FRQ #") {
             std::istringstream words(field(content, 4, 56));
             std::string slot, channel;
@@ -126,7 +126,7 @@ bool RinexObsReader::parseSatellite(SatelliteObservations& sat) {
     if (line_.size() < 3) return false;
     sat.system = line_[0];
     double number = 0;
-    if (!parseNumber(field(line_, 1, 2), number) || number < 1 || number > 63) return false;
+    if (!numberAt(line_, 1, 2, number) || number < 1 || number > 63) return false;
     sat.number = int(number);
     sat.observations.clear();
     const int s = systemIndex(sat.system);
@@ -167,12 +167,12 @@ bool RinexObsReader::next(Epoch& epoch) {
         double v[8];
         const size_t at[8] = {2, 7, 10, 13, 16, 18, 31, 32};
         const size_t len[8] = {4, 2, 2, 2, 2, 11, 1, 3};
-        bool ok = line_.size() >= 35 && parseNumber(field(line_, 31, 1), v[6]) &&
-                  parseNumber(field(line_, 32, 3), v[7]) && v[6] >= 0 && v[6] <= 6 && v[7] >= 0 && v[7] <= 999;
+        bool ok = line_.size() >= 35 && numberAt(line_, 31, 1, v[6]) &&
+                  numberAt(line_, 32, 3, v[7]) && v[6] >= 0 && v[6] <= 6 && v[7] >= 0 && v[7] <= 999;
         // Events may leave the epoch blank: they then belong to the last epoch's time.
         const bool blankTime = ok && v[6] >= 2 && v[6] <= 5 && trimmed(field(line_, 1, 28)).empty();
         for (int i = 0; ok && !blankTime && i < 6; ++i)
-            ok = parseNumber(field(line_, at[i], len[i]), v[i]);
+            ok = numberAt(line_, at[i], len[i], v[i]);
         if (ok && !blankTime)
             ok = v[0] >= 1980 && v[0] < 2200 && v[1] >= 1 && v[1] <= 12 && v[2] >= 1 && v[2] <= 31 &&
                  v[3] >= 0 && v[3] < 24 && v[4] >= 0 && v[4] < 60 && v[5] >= 0 && v[5] < 61;

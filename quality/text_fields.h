@@ -12,6 +12,9 @@ std::string field(const std::string& line, size_t pos, size_t len);
 std::string trimmed(const std::string& s);
 // A number, 'D' exponents accepted; false for blank or garbage text.
 bool parseNumber(const std::string& text, double& value);
+bool parseNumber(const char* text, size_t length, double& value);
+// parseNumber(field(line, pos, len), value) without copying the field.
+bool numberAt(const std::string& line, size_t pos, size_t len, double& value);
 double numberOr(const std::string& text, double fallback);
 
 enum class FieldKind { Blank, Number, Bad };

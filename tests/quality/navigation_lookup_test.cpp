@@ -138,3 +138,33 @@ TEST(NavigationLookup, RecordsAddedLaterAreFound) {
     navigation.add(e);
     EXPECT_EQ(idOf(navigation.kepler('G', 3, kT0 + 150)), 2);
 }
+
+TEST(NavigationLookup, ARepeatIsKeptOnceAndTimesThatAreNoNumberNeverRepeat) {
+    Navigation navigation;
+    KeplerEphemeris e;
+    e.system = 'E';
+    e.number = 4;
+    e.toe = 0.0;
+    e.toc = kT0;
+    navigation.add(e);
+    e.toe = -0.0; // equal to 0.0
+    navigation.add(e);
+    EXPECT_EQ(navigation.recordCount(), 1u);
+    e.galileoFnav = true; // the other message: not a repeat
+    navigation.add(e);
+    EXPECT_EQ(navigation.recordCount(), 2u);
+    e.toe = std::nan("");
+    navigation.add(e);
+    navigation.add(e);
+    EXPECT_EQ(navigation.recordCount(), 4u);
+    GlonassEphemeris g;
+    g.number = 4;
+    g.toc = kT0;
+    navigation.add(g);
+    navigation.add(g);
+    EXPECT_EQ(navigation.recordCount(), 5u);
+    g.toc = std::nan("");
+    navigation.add(g);
+    navigation.add(g);
+    EXPECT_EQ(navigation.recordCount(), 7u);
+}
