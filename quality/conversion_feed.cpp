@@ -5,7 +5,10 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <cstdint>
 #include <memory>
+
+#include <unistd.h>
 
 #include "gnss/gps_calendar.h"
 #include "quality/check_files.h"
@@ -51,6 +54,8 @@ ConversionFeed::ConversionFeed(Options options) : options_(options), check_(new 
 }
 
 ConversionFeed::~ConversionFeed() {
+    stopping_ = true;
+    if (elevations_.joinable()) elevations_.join();
     if (spill_) std::fclose(spill_);
 }
 
@@ -77,26 +82,45 @@ bool ConversionFeed::flush() {
     return !spillFailed_;
 }
 
-const uint8_t* ConversionFeed::peek(size_t size) {
-    if (blockUsed_ - blockRead_ < size) {
-        // Keep the rest of the block and read on after it.
-        std::memmove(block_.data(), block_.data() + blockRead_, blockUsed_ - blockRead_);
-        blockUsed_ -= blockRead_;
-        blockRead_ = 0;
-        if (size > block_.size()) block_.resize(size);
-        if (spill_) blockUsed_ += std::fread(block_.data() + blockUsed_, 1, block_.size() - blockUsed_, spill_);
-        if (blockUsed_ < size) return nullptr;
-    }
-    return block_.data() + blockRead_;
-}
+// The second pass's records read back from the spill at a position of the reader's own, so
+// that the two halves of the pass can read them on two threads at once.
+class ConversionFeed::SpillReader {
+public:
+    explicit SpillReader(std::FILE* spill) : fd_(spill ? fileno(spill) : -1) { buffer_.resize(kBlockBytes); }
 
-bool ConversionFeed::take(void* data, size_t size) {
-    const uint8_t* p = peek(size);
-    if (!p) return false;
-    std::memcpy(data, p, size);
-    blockRead_ += size;
-    return true;
-}
+    // The next size bytes, or null at the end.
+    const uint8_t* peek(size_t size) {
+        if (used_ - read_ < size) {
+            // Keep the rest of the block and read on after it.
+            std::memmove(buffer_.data(), buffer_.data() + read_, used_ - read_);
+            used_ -= read_;
+            read_ = 0;
+            if (size > buffer_.size()) buffer_.resize(size);
+            while (fd_ >= 0 && used_ < buffer_.size()) {
+                const ssize_t n = ::pread(fd_, buffer_.data() + used_, buffer_.size() - used_, offset_);
+                if (n <= 0) break;
+                used_ += size_t(n);
+                offset_ += n;
+            }
+            if (used_ < size) return nullptr;
+        }
+        return buffer_.data() + read_;
+    }
+    bool take(void* data, size_t size) {
+        const uint8_t* p = peek(size);
+        if (!p) return false;
+        std::memcpy(data, p, size);
+        read_ += size;
+        return true;
+    }
+    void skip(size_t size) { read_ += size; } // after a peek of at least size
+
+private:
+    int fd_;
+    off_t offset_ = 0;
+    std::vector<uint8_t> buffer_;
+    size_t used_ = 0, read_ = 0;
+};
 
 void ConversionFeed::problem(const char* what) {
     ++problemCount_;
@@ -417,81 +441,110 @@ bool ConversionFeed::prepare(const std::vector<std::string>& files, std::string&
     check_->setNavigation(navigation_.empty() ? nullptr : &navigation_);
     for (const std::string& n : notes)
         check_->addMessage(n);
-    if (spill_) std::rewind(spill_);
-    blockUsed_ = blockRead_ = 0;
     prepared_ = true;
     return true;
 }
 
-bool ConversionFeed::replay(size_t maxEpochs) {
-    if (!prepared_ || done_) return true;
+bool ConversionFeed::replayRecords(SpillReader& in, Half half, Epoch& epoch, size_t maxEpochs) {
+    const bool positions = half != Half::Elevations, elevations = half != Half::Positions;
     for (size_t fed = 0; fed < maxEpochs; ++fed) {
         uint8_t kind = 0;
-        if (!take(&kind, 1)) return true;
+        if (!in.take(&kind, 1)) return true;
         if (kind == kRecordEvent) {
             uint8_t head[10];
-            if (!take(head, sizeof head)) return true;
-            epoch_.flag = head[0];
-            epoch_.time = load<double>(head + 1);
-            epoch_.satelliteCount = 0;
-            epoch_.eventLines.resize(head[9]);
-            for (std::string& line : epoch_.eventLines) {
+            if (!in.take(head, sizeof head)) return true;
+            epoch.flag = head[0];
+            epoch.time = load<double>(head + 1);
+            epoch.satelliteCount = 0;
+            epoch.eventLines.resize(head[9]);
+            for (std::string& line : epoch.eventLines) {
                 uint16_t length = 0;
-                if (!take(&length, 2)) return true;
+                if (!in.take(&length, 2)) return true;
                 line.resize(length);
-                if (length > 0 && !take(&line[0], length)) return true;
+                if (length > 0 && !in.take(&line[0], length)) return true;
             }
-            check_->replayEvent(epoch_);
+            if (positions) check_->replayEvent(epoch);
             continue;
         }
         if (kind != kRecordEpoch) return true;
         uint8_t head[13];
-        if (!take(head, sizeof head)) return true;
-        epoch_.flag = 0;
-        epoch_.time = load<double>(head);
-        epoch_.satelliteCount = load<uint32_t>(head + 8);
-        epoch_.eventLines.clear();
-        const double t = epoch_.time;
-        if (epoch_.satellites.size() < epoch_.satelliteCount) epoch_.satellites.resize(epoch_.satelliteCount);
+        if (!in.take(head, sizeof head)) return true;
+        epoch.flag = 0;
+        epoch.time = load<double>(head);
+        epoch.satelliteCount = load<uint32_t>(head + 8);
+        epoch.eventLines.clear();
+        const double t = epoch.time;
         if (head[12]) {
-            for (size_t i = 0; i < epoch_.satelliteCount; ++i) {
-                uint8_t s[3];
-                if (!take(s, 3)) return true;
-                SatelliteObservations& sat = epoch_.satellites[i];
-                sat.system = char(s[0]);
-                sat.number = s[1];
-                sat.observations.resize(s[2]);
-                for (Observation& o : sat.observations) {
-                    uint8_t code[10];
-                    if (!take(code, sizeof code)) return true;
-                    o.type = 'C';
-                    o.band = char(code[0]);
-                    o.attribute = char(code[1]);
-                    o.value = load<double>(code + 2);
-                    o.lli = 0;
+            if (positions && epoch.satellites.size() < epoch.satelliteCount) epoch.satellites.resize(epoch.satelliteCount);
+            for (size_t i = 0; i < epoch.satelliteCount; ++i) {
+                const uint8_t* s = in.peek(3);
+                if (!s) return true;
+                const size_t codes = s[2];
+                if (!(s = in.peek(3 + 10 * codes))) return true;
+                if (positions) {
+                    SatelliteObservations& sat = epoch.satellites[i];
+                    sat.system = char(s[0]);
+                    sat.number = s[1];
+                    sat.observations.resize(codes);
+                    const uint8_t* code = s + 3;
+                    for (Observation& o : sat.observations) {
+                        o.type = 'C';
+                        o.band = char(code[0]);
+                        o.attribute = char(code[1]);
+                        o.value = load<double>(code + 2);
+                        o.lli = 0;
+                        code += 10;
+                    }
                 }
+                in.skip(3 + 10 * codes);
             }
         }
-        check_->replayEpoch(epoch_);
-        for (size_t i = 0; i < epoch_.satelliteCount; ++i) {
-            const uint8_t* p = peek(3);
+        if (half == Half::Both) check_->replayEpoch(epoch);
+        if (half == Half::Elevations) check_->replayElevations(t);
+        for (size_t i = 0; i < epoch.satelliteCount; ++i) {
+            const uint8_t* p = in.peek(3);
             if (!p) return true;
             const size_t count = p[2];
-            if (!(p = peek(3 + count))) return true;
+            if (!(p = in.peek(3 + count))) return true;
             size_t strengthCount = 0;
             for (size_t k = 0; k < count; ++k)
                 strengthCount += (p[3 + k] & kStrengthFollows) != 0;
             const size_t size = 3 + count + 4 * strengthCount;
-            if (!(p = peek(size))) return true;
-            double strengths[64];
-            for (size_t k = 0; k < strengthCount && k < 64; ++k)
-                strengths[k] = fixedThreeDecimals(load<uint32_t>(p + 3 + count + 4 * k), false);
-            check_->replaySatellite(p[0], p[1], t, p + 3, int(count), strengths);
-            blockRead_ += size;
+            if (elevations) {
+                if (!(p = in.peek(size))) return true;
+                double strengths[64];
+                for (size_t k = 0; k < strengthCount && k < 64; ++k)
+                    strengths[k] = fixedThreeDecimals(load<uint32_t>(p + 3 + count + 4 * k), false);
+                check_->replaySatellite(p[0], p[1], t, p + 3, int(count), strengths);
+            } else if (!in.peek(size)) {
+                return true;
+            }
+            in.skip(size);
         }
-        check_->replayEpochEnd(epoch_);
+        if (half == Half::Both) check_->replayEpochEnd(epoch);
+        if (half == Half::Positions) check_->replayPositions(epoch);
+        if (stopping_.load(std::memory_order_relaxed)) return true;
     }
     return false;
+}
+
+bool ConversionFeed::replay(size_t maxEpochs) {
+    if (!prepared_ || done_) return true;
+    if (!reader_) {
+        reader_.reset(new SpillReader(spill_));
+        // With the receiver's position in the header, the elevations half runs beside.
+        if (check_->replayHalvesApart()) {
+            half_ = Half::Positions;
+            elevations_ = std::thread([this] {
+                SpillReader in(spill_);
+                Epoch epoch;
+                replayRecords(in, Half::Elevations, epoch, SIZE_MAX);
+            });
+        }
+    }
+    if (!replayRecords(*reader_, half_, epoch_, maxEpochs)) return false;
+    if (elevations_.joinable()) elevations_.join();
+    return true;
 }
 
 Report ConversionFeed::finish() {

@@ -8,13 +8,17 @@
 // before the first epoch, complete only when the files are closed: for them each epoch leaves
 // a compact record in a temporary file (its satellites, their signals and strengths, and the
 // codes of the epochs that are positioned; memory stays flat), replayed once the files are
-// closed. When the written header contradicts what the first pass assumed (a rare stream,
-// e.g. one whose interval is not its first step), the check reads the written observation
-// file instead. The report equals the one of checkFiles on the written files.
+// closed; when the header gives the receiver's position, the positions and the elevations of
+// that pass run on two threads at once. When the written header contradicts what the first
+// pass assumed (a rare stream, e.g. one whose interval is not its first step), the check
+// reads the written observation file instead. The report equals the one of checkFiles on
+// the written files.
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -52,10 +56,13 @@ public:
     bool readTheFile() const { return readTheFile_; }
 
 private:
+    class SpillReader;
+    enum class Half { Both, Positions, Elevations };
     void put(const void* data, size_t size);
     bool flush();
-    const uint8_t* peek(size_t size); // the next size bytes of the spill, or null
-    bool take(void* data, size_t size);
+    // Feeds up to maxEpochs records of the spill to the half's side of the second pass;
+    // true at the end of the records.
+    bool replayRecords(SpillReader& in, Half half, Epoch& epoch, size_t maxEpochs);
     void endSatellite();
     void emitPending();
     void eventText(const std::string& text);
@@ -66,10 +73,10 @@ private:
     Navigation navigation_;
     std::string observationPath_;
 
-    // The second pass's records: a temporary file written and read in blocks.
+    // The second pass's records: a temporary file written in blocks.
     std::FILE* spill_ = nullptr;
     std::vector<uint8_t> block_;
-    size_t blockUsed_ = 0, blockRead_ = 0;
+    size_t blockUsed_ = 0;
     bool spillFailed_ = false;
     long records_ = 0;
 
@@ -105,8 +112,12 @@ private:
     // The epoch's second-pass record, written when the epoch ends.
     std::vector<uint8_t> satelliteRecords_, positionRecords_;
 
-    // Second pass.
-    std::vector<double> strengthValues_;
+    // Second pass: the replay's reader, and the thread of the elevations half when the
+    // halves run apart (QualityCheck::replayHalvesApart).
+    std::unique_ptr<SpillReader> reader_;
+    Half half_ = Half::Both;
+    std::thread elevations_;
+    std::atomic<bool> stopping_{false};
     bool prepared_ = false;
     bool readTheFile_ = false;
     bool done_ = false;

@@ -248,7 +248,7 @@ void Navigation::add(const GlonassEphemeris& eph) {
     if (!firstOfItsKind(glonassKeys_[eph.number], RecordKey{0, eph.toc, false})) return;
     glonass_[eph.number].push_back(eph);
     ordered_ = false;
-    glonassCache_[eph.number] = GlonassCache{}; // the vector may have moved
+    ++generation_; // the vector may have moved
 }
 
 void Navigation::setKlobuchar(const std::array<double, 4>& alpha, const std::array<double, 4>& beta) {
@@ -341,10 +341,19 @@ const GlonassEphemeris* Navigation::glonass(int number, double t) const {
 }
 
 bool Navigation::state(char system, int number, double t, SatelliteState& out) const {
+    return state(system, number, t, out, cache_);
+}
+
+bool Navigation::state(char system, int number, double t, SatelliteState& out, OrbitCache& cache) const {
     if (system == 'R') {
         const GlonassEphemeris* g = glonass(number, t);
         if (!g) return false;
-        out = glonassState(*g, t, number >= 1 && number < 64 ? &glonassCache_[number] : nullptr);
+        if (cache.generation != generation_) {
+            for (GlonassCache& c : cache.glonass)
+                c = GlonassCache{};
+            cache.generation = generation_;
+        }
+        out = glonassState(*g, t, number >= 1 && number < 64 ? &cache.glonass[number] : nullptr);
         return true;
     }
     const KeplerEphemeris* e = kepler(system, number, t);

@@ -29,6 +29,16 @@ public:
     const GlonassEphemeris* glonass(int number, double t) const;
     // Position and clock at transmission time t; false without a usable record.
     bool state(char system, int number, double t, SatelliteState& out) const;
+    // GLONASS orbits are integrated on from the last state computed; a user with a cache of
+    // its own gets results that do not depend on what other users asked for, and may ask from
+    // another thread (after buildIndex, while no record is added).
+    struct OrbitCache {
+        GlonassCache glonass[64];
+        uint64_t generation = 0;
+    };
+    bool state(char system, int number, double t, SatelliteState& out, OrbitCache& cache) const;
+    // Builds the index of the records now instead of at the first lookup.
+    void buildIndex() const { order(); }
 
     bool hasKlobuchar() const { return hasKlobuchar_; }
     const std::array<double, 4>& alpha() const { return alpha_; }
@@ -73,7 +83,8 @@ private:
     bool hasKlobuchar_ = false;
     int leapSeconds_ = -1;
     std::vector<std::string> problems_;
-    mutable GlonassCache glonassCache_[64];
+    uint64_t generation_ = 1; // changes with every record added: caches of older ones are void
+    mutable OrbitCache cache_;
 };
 
 } // namespace quality

@@ -133,7 +133,7 @@ bool PointPositioning::solve(const Epoch& epoch, const Vec3* guess, PositionFix&
         if (sat.system == 'C') frequency = double(gnss::kFrequencyB1);
         SatelliteState s;
         const double t0 = epoch.time - p / gnss::kSpeedOfLight;
-        if (!nav_.state(sat.system, sat.number, t0, s)) continue;
+        if (!nav_.state(sat.system, sat.number, t0, s, orbits_)) continue;
         if (sat.system == 'R') {
             int channel = 0;
             const auto it = channels_.find(sat.number);
@@ -144,7 +144,7 @@ bool PointPositioning::solve(const Epoch& epoch, const Vec3* guess, PositionFix&
             frequency = channel >= -7 && channel <= 6 ? double(gnss::kFrequencyG1) + channel * gnss::kChannelStepG1 : double(gnss::kFrequencyG1);
         }
         const double t1 = t0 - s.clock;
-        if (!nav_.state(sat.system, sat.number, t1, s)) continue;
+        if (!nav_.state(sat.system, sat.number, t1, s, orbits_)) continue;
         candidates_.push_back({sat.system, sat.number, clockIndex, p, frequency, s.position,
                                s.clock - s.groupDelay, true, 0});
     }

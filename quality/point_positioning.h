@@ -45,6 +45,7 @@ private:
     double mask_;
     std::map<int, int> channels_;
     std::vector<Candidate> candidates_;
+    Navigation::OrbitCache orbits_; // its own: fixes do not depend on other users of the orbits
 
     bool iterate(double time, Vec3& x, double* clocks, int& used, double& pdop, double& rms, bool haveStart);
 };

@@ -268,10 +268,7 @@ struct QualityCheck::State {
     }
 
     Vec3 receiverForVisibility() const {
-        if (header.hasApproxPosition) {
-            const Vec3& p = header.approxPosition;
-            if (std::sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2]) > 6.0e6) return p;
-        }
+        if (elevationsNeedNoFix()) return header.approxPosition;
         if (hasFix) return lastFix;
         return Vec3{};
     }
@@ -598,6 +595,19 @@ struct QualityCheck::State {
 
     // Positioning and elevations of an epoch, before its satellites; true with a fix.
     bool locate(const Epoch& epoch, PositionFix& fix) {
+        const bool haveFix = position(epoch, fix);
+        elevations(epoch.time);
+        return haveFix;
+    }
+
+    // The elevations need no fix when the header gives the receiver's position.
+    bool elevationsNeedNoFix() const {
+        if (!header.hasApproxPosition) return false;
+        const Vec3& p = header.approxPosition;
+        return std::sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2]) > 6.0e6;
+    }
+
+    bool position(const Epoch& epoch, PositionFix& fix) {
         bool haveFix = false;
         if (positioning && (options.positionInterval <= 0 || epoch.time < lastPositioned ||
                             epoch.time - lastPositioned >= options.positionInterval)) {
@@ -618,10 +628,13 @@ struct QualityCheck::State {
                 ++pdopHistogram[size_t(std::min(kPdopBins, int(fix.pdop / kPdopBin)))];
             }
         }
-        updateVisibility(epoch.time);
+        return haveFix;
+    }
+
+    void elevations(double t) {
+        updateVisibility(t);
         for (auto& system : systems)
             system.expected += system.visibleNow;
-        return haveFix;
     }
 
     // First pass: a step compared with the writer's interval so far.
@@ -783,6 +796,7 @@ void QualityCheck::setHeader(const ObservationHeader& header) {
 
 void QualityCheck::setNavigation(const Navigation* navigation) {
     s_->nav = navigation;
+    if (navigation) navigation->buildIndex();
     s_->navSatellites = navigation ? navigation->satellites() : std::vector<std::pair<char, int>>{};
     if (navigation) {
         s_->positioning.reset(new PointPositioning(*navigation, s_->options.elevationMask));
@@ -950,6 +964,22 @@ void QualityCheck::replayEpochEnd(const Epoch& epoch) {
     State& s = *s_;
     s.occupationEpoch(epoch, s.replayHaveFix ? &s.replayFix : nullptr);
     s.sample(epoch, s.replayHaveFix ? &s.replayFix : nullptr);
+}
+
+bool QualityCheck::replayHalvesApart() const {
+    return s_->elevationsNeedNoFix();
+}
+
+void QualityCheck::replayPositions(const Epoch& epoch) {
+    State& s = *s_;
+    PositionFix fix;
+    const bool haveFix = s.position(epoch, fix);
+    s.occupationEpoch(epoch, haveFix ? &fix : nullptr);
+    s.sample(epoch, haveFix ? &fix : nullptr);
+}
+
+void QualityCheck::replayElevations(double time) {
+    s_->elevations(time);
 }
 
 void QualityCheck::replayEvent(const Epoch& epoch) {

@@ -79,6 +79,16 @@ public:
                          const double* strengths);
     void replayEpochEnd(const Epoch& epoch);
     void replayEvent(const Epoch& epoch);
+    // The second pass in two halves that share no state, so that two threads can run them:
+    // the positions half (replayPositions for each observation epoch, replayEvent for each
+    // event record: positions, occupations, plot samples) and the elevations half
+    // (replayElevations for each observation epoch before its replaySatellite calls:
+    // elevations, completeness, strength bins, sky plot). Only when the elevations need no
+    // fix, i.e. the header gives the receiver's position; the report is the same as from
+    // the records in one run.
+    bool replayHalvesApart() const;
+    void replayPositions(const Epoch& epoch);
+    void replayElevations(double time);
 
 private:
     struct State;

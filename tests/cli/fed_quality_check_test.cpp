@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
+#include <cmath>
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <memory>
@@ -131,9 +132,9 @@ TEST(FedQualityCheck, RealStreamsGiveTheReportsOfTheirFiles) {
     }
 }
 
-TEST(FedQualityCheck, StationWithNavigationGivesTheReportOfItsFilesWithPositions) {
-    // A station's day with its navigation data and two occupations: elevations,
-    // completeness and positions are computed and must agree too.
+// A station's day with its navigation data and two occupations: elevations, completeness
+// and positions are computed and must agree too.
+void expectSameReportWithPositions(const QMap<QString, QString>& extra, bool headerOnTheEarth) {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
     const std::string data = VELMOOR_TEST_DATA "/rinex/";
@@ -151,9 +152,15 @@ TEST(FedQualityCheck, StationWithNavigationGivesTheReportOfItsFilesWithPositions
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(reinterpret_cast<const char*>(sample.bytes.data()), qint64(sample.bytes.size()));
     }
-    const Conversion run = convert(input, dir.filePath("esbc.20O"), {{"Mode", "3"}});
+    QMap<QString, QString> parameters = extra;
+    parameters.insert("Mode", "3");
+    const Conversion run = convert(input, dir.filePath("esbc.20O"), parameters);
     ASSERT_TRUE(run.ok) << run.text.toStdString();
     ASSERT_TRUE(run.report) << run.error.toStdString();
+    // With the receiver's position in the header the positions and the elevations are
+    // replayed apart; without, the elevations wait for the fixes.
+    const quality::Vec3& p = run.report->headerPosition;
+    EXPECT_EQ(std::sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2]) > 6.0e6, headerOnTheEarth);
     EXPECT_TRUE(run.report->position.valid);
     EXPECT_TRUE(run.report->hasCompleteness);
     EXPECT_EQ(run.report->occupations.size(), 2u);
@@ -161,6 +168,16 @@ TEST(FedQualityCheck, StationWithNavigationGivesTheReportOfItsFilesWithPositions
     EXPECT_FALSE(run.report->cn0Curves.empty());
     EXPECT_EQ(qc::jsonReport(*run.report).dump(1), fileReportJson(run.files));
     EXPECT_EQ(quality::htmlReport(*run.report), fileReportHtml(run.files));
+}
+
+TEST(FedQualityCheck, StationWithNavigationGivesTheReportOfItsFilesWithPositions) {
+    expectSameReportWithPositions({}, true);
+}
+
+TEST(FedQualityCheck, StationWithoutHeaderPositionGivesTheReportOfItsFiles) {
+    // A header position at the Earth's centre (the pole, one polar radius down) is no
+    // position for the elevations.
+    expectSameReportWithPositions({{"Latitude", "90"}, {"Longitude", "0"}, {"Height", "-6356752"}}, false);
 }
 
 TEST(FedQualityCheck, OutputOptionsGiveTheReportOfTheirFiles) {
