@@ -214,6 +214,10 @@ std::string run(const uint8_t* data, size_t size, const char* version, bool merg
     applyOptions(*writer, in);
     if (version != nullptr && !writer->setVersion(QByteArray(version))) fail(version, "version refused");
     writer->setNavigationMerged(mergedNavigation);
+    // Odd sizes format on an output thread: the observer is then told on the decoding thread,
+    // and the handlers do not count the epochs' bytes (the output thread writes them later).
+    const bool outputThread = size % 2 == 1;
+    writer->setOutputThread(outputThread);
 
     qint64 reported = writer->open(scratch().filePath("fuzz.00_"));
     if (reported <= 0) fail(scratch().filePath("fuzz.00_"), "open failed");
@@ -320,7 +324,7 @@ std::string run(const uint8_t* data, size_t size, const char* version, bool merg
     // RINEX 2.11 opens the GPS and GLONASS navigation files only.
     const qint64 systemTexts =
         mergedNavigation ? kMixedSystemText : rinex2 ? kRinex2NavigationSystemTexts : kNavigationSystemTexts;
-    if (total != reported - systemTexts)
+    if (!outputThread && total != reported - systemTexts)
         fail(files.value(0), "file sizes differ from the bytes reported");
     return {};
 } catch (const Broken& broken) {

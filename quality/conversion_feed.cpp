@@ -475,7 +475,8 @@ bool ConversionFeed::replayRecords(SpillReader& in, Half half, Epoch& epoch, siz
         epoch.eventLines.clear();
         const double t = epoch.time;
         if (head[12]) {
-            if (positions && epoch.satellites.size() < epoch.satelliteCount) epoch.satellites.resize(epoch.satelliteCount);
+            if (positions && epoch.satellites.size() < epoch.satelliteCount)
+                epoch.satellites.resize(epoch.satelliteCount);
             for (size_t i = 0; i < epoch.satelliteCount; ++i) {
                 const uint8_t* s = in.peek(3);
                 if (!s) return true;

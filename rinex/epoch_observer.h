@@ -2,7 +2,9 @@
 #pragma once
 // What the writer puts into the observation records, handed on in binary form as it is
 // written, so that a quality check can follow a conversion without reading its text back.
-// Plain C++: the observer side needs no Qt.
+// With an output thread, the decoding thread tells the observer each epoch as it hands the
+// epoch over (the calls and their order are the same), so that the observer's work does not
+// hold up the formatting. Plain C++: the observer side needs no Qt.
 #include <cstdint>
 
 namespace rinex {

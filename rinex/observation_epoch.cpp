@@ -14,6 +14,8 @@
 
 #include "rinex/epoch_line.h"
 #include "rinex/number_format.h"
+#include "rinex/output_job.h"
+#include "rinex/output_pipeline.h"
 #include "rinex/observation_values.h"
 
 namespace {
@@ -100,15 +102,18 @@ double Rinex3xx::glonassBias(const char* code) const {
 
 int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
                                   const EpochWorkArea::Entry* last) {
-    return epochObserver_ ? formatSatelliteLineFor<true>(line, first, last)
-                          : formatSatelliteLineFor<false>(line, first, last);
+    // An observer is told here only when there is no output thread; with one, the decoding
+    // thread tells it (observeEpoch).
+    if (epochObserver_ && observedWhileFormatted_)
+        return satelliteLine<true, true>(line, signalMap_, first, last);
+    return satelliteLine<true, false>(line, signalMap_, first, last);
 }
 
-template <bool Observed>
-int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* first,
-                                     const EpochWorkArea::Entry* last) {
+template <bool Format, bool Observe>
+int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, const EpochWorkArea::Entry* first,
+                            const EpochWorkArea::Entry* last) {
     // Look the system up once per satellite; a new system starts an empty column list.
-    QList<SignalColumn>& columns = signalMap_[first->system];
+    QList<SignalColumn>& columns = signalMap[first->system];
 
     const EpochWorkArea::Entry* placed[kMaxColumns] = {};
     int usedColumns = 0;
@@ -132,7 +137,7 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
     }
 
     rinex::EpochObserver* const observer = epochObserver_;
-    if constexpr (Observed) {
+    if constexpr (Observe) {
         // The observer learns the columns' signals before their first values.
         int& told = observedColumns_[uint8_t(first->system)];
         for (; told < columns.size(); ++told) {
@@ -141,24 +146,28 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
         }
     }
     // The line's values for the observer, handed over when the line is done.
-    rinex::ObservedValue observed[Observed ? 4 * kMaxColumns : 1];
+    rinex::ObservedValue observed[Observe ? 4 * kMaxColumns : 1];
     int observedCount = 0;
 
     // "%c%02d" without printf: it runs once per satellite line.
     char* p = line;
-    *p++ = first->system;
-    const int satellite = first->satellite;
-    if (satellite < 100) {
-        *p++ = char('0' + satellite / 10);
-        *p++ = char('0' + satellite % 10);
-    } else {
-        p += std::snprintf(p, kPrefixMax, "%d", satellite);
+    if constexpr (Format) {
+        *p++ = first->system;
+        const int satellite = first->satellite;
+        if (satellite < 100) {
+            *p++ = char('0' + satellite / 10);
+            *p++ = char('0' + satellite % 10);
+        } else {
+            p += std::snprintf(p, kPrefixMax, "%d", satellite);
+        }
     }
     for (int column = 0; column < usedColumns; ++column) {
         const EpochWorkArea::Entry* e = placed[column];
         if (e == nullptr) {
-            std::memset(p, ' ', kColumnWidth);
-            p += kColumnWidth;
+            if constexpr (Format) {
+                std::memset(p, ' ', kColumnWidth);
+                p += kColumnWidth;
+            }
             continue;
         }
 
@@ -166,14 +175,16 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
         if (e->pseudorangeValid) {
             char lli = ' ';
             const double pseudorange = rinex::foldObservation(e->pseudorange, lli);
-            rinex::formatFixed14(p, pseudorange);
-            p[14] = lli;
-            if constexpr (Observed) observed[observedCount++] = {4 * column, lli == '1', pseudorange};
-            p[15] = ' ';
-        } else {
+            if constexpr (Format) {
+                rinex::formatFixed14(p, pseudorange);
+                p[14] = lli;
+                p[15] = ' ';
+            }
+            if constexpr (Observe) observed[observedCount++] = {4 * column, lli == '1', pseudorange};
+        } else if constexpr (Format) {
             std::memset(p, ' ', kFieldWidth);
         }
-        p += kFieldWidth;
+        if constexpr (Format) p += kFieldWidth;
 
         // Carrier phase, with the board's sign turned to the RINEX one.
         char lli = ' ';
@@ -183,8 +194,8 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
         if (e->system == 'R') {
             // A channel beyond the header's two-character field is damaged data: not listed.
             if (e->glonassFrequency >= -9 && e->glonassFrequency <= 99) {
-                glonassSlots_.insert(e->satellite, e->glonassFrequency);
-                if constexpr (Observed) observer->glonassChannel(e->satellite, e->glonassFrequency);
+                if constexpr (Format) glonassSlots_.insert(e->satellite, e->glonassFrequency);
+                if constexpr (Observe) observer->glonassChannel(e->satellite, e->glonassFrequency);
             }
             const double bias = glonassBias(e->code);
             if (bias != 0.0) {
@@ -194,37 +205,64 @@ int Rinex3xx::formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* fir
             }
         }
         if (e->phaseValid) {
-            rinex::formatFixed14(p, phase);
-            p[14] = lli;
-            p[15] = char('0' + rinex::signalStrengthDigit(e->cn0));
-            if constexpr (Observed) observed[observedCount++] = {4 * column + 1, lli == '1', phase};
-        } else {
+            if constexpr (Format) {
+                rinex::formatFixed14(p, phase);
+                p[14] = lli;
+                p[15] = char('0' + rinex::signalStrengthDigit(e->cn0));
+            }
+            if constexpr (Observe) observed[observedCount++] = {4 * column + 1, lli == '1', phase};
+        } else if constexpr (Format) {
             std::memset(p, ' ', kFieldWidth);
         }
-        p += kFieldWidth;
 
         // Doppler, then signal strength.
-        rinex::formatFixed14(p, double(e->doppler));
-        p[14] = ' ';
-        p[15] = ' ';
-        p += kFieldWidth;
-        rinex::formatFixed14(p, double(e->cn0));
-        p[14] = ' ';
-        p[15] = ' ';
-        p += kFieldWidth;
-        if constexpr (Observed) {
+        if constexpr (Format) {
+            p += kFieldWidth;
+            rinex::formatFixed14(p, double(e->doppler));
+            p[14] = ' ';
+            p[15] = ' ';
+            p += kFieldWidth;
+            rinex::formatFixed14(p, double(e->cn0));
+            p[14] = ' ';
+            p[15] = ' ';
+            p += kFieldWidth;
+        }
+        if constexpr (Observe) {
             observed[observedCount++] = {4 * column + 2, 0, double(e->doppler)};
             observed[observedCount++] = {4 * column + 3, 0, double(e->cn0)};
         }
     }
 
-    if constexpr (Observed) observer->satellite(first->system, first->satellite, observed, observedCount);
+    if constexpr (Observe) observer->satellite(first->system, first->satellite, observed, observedCount);
     (void)observedCount;
+    if constexpr (!Format) return 0;
     while (p > line && p[-1] == ' ')
         --p;
     *p++ = '\r';
     *p++ = '\n';
     return int(p - line);
+}
+
+void Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
+    if (!observedSignalsCurrent_) {
+        // The observer learns every column from the first (observedColumns_ was reset with
+        // it): start from the columns the output thread has made so far.
+        pipeline_->drain();
+        observedSignals_ = signalMap_;
+        observedSignalsCurrent_ = true;
+    }
+    const auto& entries = epoch.entries;
+    int satellites = 0;
+    for (size_t i = 0; i < entries.size(); ++i)
+        if (i == 0 || entries[i].system != entries[i - 1].system ||
+            entries[i].satellite != entries[i - 1].satellite)
+            ++satellites;
+    epochObserver_->epoch(gnss::gpsMilliseconds(epoch.week, epoch.milliseconds), satellites);
+    for (size_t begin = 0; begin < entries.size();) {
+        const size_t end = epoch.satelliteEnd(begin);
+        satelliteLine<false, true>(nullptr, observedSignals_, entries.data() + begin, entries.data() + end);
+        begin = end;
+    }
 }
 
 qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
@@ -260,7 +298,7 @@ qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
     if (written > 31 && epochLine[0] == '>' && (epochLine[31] == '0' || epochLine[31] == '1'))
         ++epochRecordLines_;
     epochBlockUsed_ += int(written);
-    if (epochObserver_) epochObserver_->epoch(t, satellites);
+    if (epochObserver_ && observedWhileFormatted_) epochObserver_->epoch(t, satellites);
 
     size_t begin = 0;
     while (begin < entries.size()) {

@@ -36,6 +36,7 @@ void Rinex3xx::handleOutputJob(OutputJob& job) {
 
 qint64 Rinex3xx::writeEpoch() {
     if (!pipeline_) return formatEpoch(epoch_);
+    if (epochObserver_ && !rinex::isRinex2(version_)) observeEpoch(epoch_);
     OutputJob& job = pipeline_->acquire();
     job.kind = OutputJob::Epoch;
     job.epoch.week = epoch_.week;

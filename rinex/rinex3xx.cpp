@@ -226,6 +226,7 @@ qint64 Rinex3xx::open(const QString& path) {
     signalMap_ = presetSignals_;
     signalMap_.detach(); // the epoch writer changes it; detach now, not on the first epoch
     std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
+    observedSignalsCurrent_ = false;
     navigation_.reset();
     navigation_.setVersion(version_);
     writeError_.clear();
@@ -299,6 +300,7 @@ qint64 Rinex3xx::open(const QString& path) {
     }
 
     open_ = true;
+    observedWhileFormatted_ = !outputThread_;
     if (outputThread_) startOutputThread();
     return total;
 }

@@ -146,6 +146,7 @@ public:
     void setEpochObserver(rinex::EpochObserver* observer) {
         epochObserver_ = observer;
         std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
+        observedSignalsCurrent_ = false;
     }
     // Also handed the observation file's body as it is written (not owned; nullptr: none),
     // RINEX 3 and 4 only. Set before open.
@@ -204,10 +205,15 @@ private:
     qint64 formatEpoch(const EpochWorkArea& epoch);
     qint64 writeNavigation(const NavigationRecord& record);
     int formatSatelliteLine(char* line, const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
-    // With Observed the epoch observer is told every value; without, the line costs no more
-    // than it did before there was one.
-    template <bool Observed>
-    int formatSatelliteLineFor(char* line, const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
+    // One satellite line: with Format its text, with Observe its values told to the epoch
+    // observer, both from the same steps (without Observe the line costs no more than it did
+    // before there was an observer). signalMap: the columns, extended by new signals.
+    template <bool Format, bool Observe>
+    int satelliteLine(char* line, SignalMap& signalMap, const EpochWorkArea::Entry* first,
+                      const EpochWorkArea::Entry* last);
+    // With an output thread the decoding thread tells the observer an epoch's values as it
+    // hands the epoch over, so that the observer's work does not delay the formatting.
+    void observeEpoch(const EpochWorkArea& epoch);
     double glonassBias(const char* code) const;
     bool writeObservationHeader();
     qint64 writeHeaderLine(const char* format, ...)
@@ -355,6 +361,13 @@ private:
     std::vector<char> rinex2Records_;
     rinex::EpochObserver* epochObserver_ = nullptr;
     int observedColumns_[256] = {}; // per system letter, the columns the observer was told of
+    // observeEpoch's copy of the columns, on the decoding thread: the same steps on the same
+    // epochs give the same columns as the output thread's signalMap_.
+    SignalMap observedSignals_;
+    bool observedSignalsCurrent_ = false;
+    // Whether formatEpoch tells the observer (no output thread); fixed while the files are
+    // open, so that the output thread reads it safely while the pipeline is shut down.
+    bool observedWhileFormatted_ = true;
     // The band digit of a column's code in the header's observation types.
     char headerBand(char system, const char* code) const;
     rinex::ObservationBodySink* bodySink_ = nullptr;

@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: MIT
 // The writer with its output thread writes the same bytes as without: whole recorded
 // streams in every PPK mode, marker events between many epochs, and tiny or empty inputs.
+// An epoch observer hears the same calls either way.
 #include "support/stream_manifest.h"
 #include "writer_test_support.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "rinex/epoch_observer.h"
 
 using namespace writertest;
 
@@ -99,7 +105,65 @@ Output markerScript(int ppkMode, bool outputThread) {
     return finish(w);
 }
 
+// Every call an observer hears, as text.
+class RecordingObserver : public rinex::EpochObserver {
+public:
+    std::string calls;
+    void epoch(int64_t gpsMilliseconds, int satellites) override {
+        calls += "E " + std::to_string(gpsMilliseconds) + " " + std::to_string(satellites) + "\n";
+    }
+    void satellite(char system, int number, const rinex::ObservedValue* values, int count) override {
+        calls += std::string("S ") + system + std::to_string(number);
+        char value[64];
+        for (int i = 0; i < count; ++i) {
+            std::snprintf(value, sizeof value, " %d/%d/%.17g", values[i].field, values[i].lossOfLock,
+                          values[i].value);
+            calls += value;
+        }
+        calls += "\n";
+    }
+    void eventLine(const char* text, int length) override {
+        calls += "L " + std::string(text, size_t(length)) + "\n";
+    }
+    void signalColumn(char system, int column, char band, char attribute) override {
+        calls += std::string("C ") + system + std::to_string(column) + band + attribute + "\n";
+    }
+    void glonassChannel(int slot, int channel) override {
+        calls += "G " + std::to_string(slot) + " " + std::to_string(channel) + "\n";
+    }
+};
+
+std::string observedStream(const std::string& name, int ppkMode, bool outputThread, bool setWhileOpen) {
+    const std::string bytes = testsupport::readBinaryFile(testsupport::streamDataDirectory() + "/" + name);
+    RecordingObserver observer;
+    OpenWriter w;
+    EXPECT_TRUE(w.writer.setPpkMode(ppkMode));
+    EXPECT_TRUE(w.writer.setOutputThread(outputThread));
+    if (!setWhileOpen) w.writer.setEpochObserver(&observer);
+    EXPECT_TRUE(w.open());
+    const size_t half = bytes.size() / 2;
+    feedStream(w.writer, bytes.substr(0, half));
+    if (setWhileOpen) w.writer.setEpochObserver(&observer);
+    feedStream(w.writer, bytes.substr(half));
+    finish(w);
+    return observer.calls;
+}
+
 } // namespace
+
+TEST(OutputThread, ObserverHearsTheSameCalls) {
+    for (const char* name : {"cebr-range-key.dat", "cebr-rangecmp2-none.dat"}) {
+        for (const int mode : {rinex::PpkNone, rinex::PpkMix}) {
+            for (const bool setWhileOpen : {false, true}) {
+                SCOPED_TRACE(std::string(name) + " mode " + std::to_string(mode) +
+                             (setWhileOpen ? " set while open" : ""));
+                const std::string plain = observedStream(name, mode, false, setWhileOpen);
+                EXPECT_GT(plain.size(), 10000u);
+                EXPECT_EQ(plain, observedStream(name, mode, true, setWhileOpen));
+            }
+        }
+    }
+}
 
 TEST(OutputThread, RecordedStreamsGiveTheSameBytesInEveryPpkMode) {
     for (const char* name : {"cebr-range-key.dat", "cebr-rangecmp-legacy.dat", "cebr-rangecmp2-none.dat"}) {
