@@ -88,6 +88,14 @@ void EpochWorkArea::sort() {
     entries.swap(reordered_);
 }
 
+int EpochWorkArea::satelliteCount() const {
+    int satellites = 0;
+    for (size_t i = 0; i < entries.size(); ++i)
+        if (i == 0 || entries[i].system != entries[i - 1].system || entries[i].satellite != entries[i - 1].satellite)
+            ++satellites;
+    return satellites;
+}
+
 void EpochWorkArea::reserve(size_t count) {
     entries.reserve(count);
     keys_.reserve(count);
@@ -252,12 +260,7 @@ void Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
         observedSignalsCurrent_ = true;
     }
     const auto& entries = epoch.entries;
-    int satellites = 0;
-    for (size_t i = 0; i < entries.size(); ++i)
-        if (i == 0 || entries[i].system != entries[i - 1].system ||
-            entries[i].satellite != entries[i - 1].satellite)
-            ++satellites;
-    epochObserver_->epoch(gnss::gpsMilliseconds(epoch.week, epoch.milliseconds), satellites);
+    epochObserver_->epoch(gnss::gpsMilliseconds(epoch.week, epoch.milliseconds), epoch.satelliteCount());
     for (size_t begin = 0; begin < entries.size();) {
         const size_t end = epoch.satelliteEnd(begin);
         satelliteLine<false, true>(nullptr, observedSignals_, entries.data() + begin, entries.data() + end);
@@ -280,11 +283,7 @@ qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
     if (rinex::isRinex2(version_)) return writeRinex2Epoch(epoch);
 
     const auto& entries = epoch.entries;
-    int satellites = 0;
-    for (size_t i = 0; i < entries.size(); ++i)
-        if (i == 0 || entries[i].system != entries[i - 1].system ||
-            entries[i].satellite != entries[i - 1].satellite)
-            ++satellites;
+    const int satellites = epoch.satelliteCount();
 
     // The lines go to the epoch block, which reaches the file in large writes: a device
     // write per line cost about as much as formatting the line. The file's bytes are the same.

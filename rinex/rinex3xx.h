@@ -86,6 +86,8 @@ struct EpochWorkArea {
             ++end;
         return end;
     }
+    // The satellite lines of the epoch (entries sorted).
+    int satelliteCount() const;
     void reserve(size_t count);
 
 private:
