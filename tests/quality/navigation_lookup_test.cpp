@@ -141,30 +141,28 @@ TEST(NavigationLookup, RecordsAddedLaterAreFound) {
 
 TEST(NavigationLookup, ARepeatIsKeptOnceAndTimesThatAreNoNumberNeverRepeat) {
     Navigation navigation;
+    const auto addedTwice = [&](const auto& record) {
+        const size_t before = navigation.recordCount();
+        navigation.add(record);
+        navigation.add(record);
+        return navigation.recordCount() - before;
+    };
     KeplerEphemeris e;
     e.system = 'E';
     e.number = 4;
     e.toe = 0.0;
     e.toc = kT0;
-    navigation.add(e);
-    e.toe = -0.0; // equal to 0.0
-    navigation.add(e);
-    EXPECT_EQ(navigation.recordCount(), 1u);
-    e.galileoFnav = true; // the other message: not a repeat
-    navigation.add(e);
-    EXPECT_EQ(navigation.recordCount(), 2u);
+    EXPECT_EQ(addedTwice(e), 1u);
+    e.toe = -0.0; // equal to 0.0: the same record
+    EXPECT_EQ(addedTwice(e), 0u);
+    e.galileoFnav = true; // the other message
+    EXPECT_EQ(addedTwice(e), 1u);
     e.toe = std::nan("");
-    navigation.add(e);
-    navigation.add(e);
-    EXPECT_EQ(navigation.recordCount(), 4u);
+    EXPECT_EQ(addedTwice(e), 2u);
     GlonassEphemeris g;
     g.number = 4;
     g.toc = kT0;
-    navigation.add(g);
-    navigation.add(g);
-    EXPECT_EQ(navigation.recordCount(), 5u);
+    EXPECT_EQ(addedTwice(g), 1u);
     g.toc = std::nan("");
-    navigation.add(g);
-    navigation.add(g);
-    EXPECT_EQ(navigation.recordCount(), 7u);
+    EXPECT_EQ(addedTwice(g), 2u);
 }
