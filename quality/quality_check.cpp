@@ -967,7 +967,8 @@ void QualityCheck::replayEpochEnd(const Epoch& epoch) {
 }
 
 bool QualityCheck::replayHalvesApart() const {
-    return s_->elevationsNeedNoFix();
+    // Without navigation data neither half has much to do: no second thread for it.
+    return s_->positioning && s_->elevationsNeedNoFix();
 }
 
 void QualityCheck::replayPositions(const Epoch& epoch) {

@@ -83,9 +83,9 @@ public:
     // the positions half (replayPositions for each observation epoch, replayEvent for each
     // event record: positions, occupations, plot samples) and the elevations half
     // (replayElevations for each observation epoch before its replaySatellite calls:
-    // elevations, completeness, strength bins, sky plot). Only when the elevations need no
-    // fix, i.e. the header gives the receiver's position; the report is the same as from
-    // the records in one run.
+    // elevations, completeness, strength bins, sky plot). Only with navigation data and when
+    // the elevations need no fix, i.e. the header gives the receiver's position; the report
+    // is the same as from the records in one run.
     bool replayHalvesApart() const;
     void replayPositions(const Epoch& epoch);
     void replayElevations(double time);
