@@ -32,6 +32,9 @@ const Variant kVariants[] = {
     {"all-in-window", {"--start", "1980-01-06 00:00:00", "--end", "2099-12-31T23:59:59.999"}, "default"},
     {"finest-interval", {"--interval", "0.05"}, "default"},
     {"finest-interval-mode-none", {"--interval", "0.05", "--mode", "none", "--systems", "ijscerg"}, "mode-none"},
+    // The quality check follows the records as they are written: it changes none of them.
+    {"quality-check", {"--qc"}, "default"},
+    {"quality-check-mode-none", {"--qc", "--mode", "none"}, "mode-none"},
 };
 
 const char* const kInputs[] = {"cebr-sample", "cebr-range-key", "cebr-rangecmp-legacy",
