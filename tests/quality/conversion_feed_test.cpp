@@ -100,6 +100,13 @@ std::vector<int64_t> epochs(std::vector<int64_t> steps) {
     return times;
 }
 
+// Sixty steps of 1 s from the first epoch, the one at index `at` of `step` milliseconds.
+std::vector<int64_t> epochsWithStep(size_t at, int64_t step) {
+    std::vector<int64_t> steps(60, 1000);
+    steps[at] = step;
+    return epochs(steps);
+}
+
 } // namespace
 
 TEST(ConversionFeed, FollowsRegularRecords) {
@@ -112,9 +119,7 @@ TEST(ConversionFeed, FollowsRegularRecords) {
 }
 
 TEST(ConversionFeed, FollowsGapsBeyondTheInterval) {
-    std::vector<int64_t> steps(60, 1000);
-    steps[30] = 5000;
-    const FedRun run = writeAndFeed(epochs(steps), "feed-gap.20O");
+    const FedRun run = writeAndFeed(epochsWithStep(30, 5000), "feed-gap.20O");
     EXPECT_FALSE(run.readTheFile);
     EXPECT_EQ(run.fed, run.read);
     ASSERT_EQ(run.report.gaps.size(), 1u);
@@ -123,9 +128,7 @@ TEST(ConversionFeed, FollowsGapsBeyondTheInterval) {
 
 TEST(ConversionFeed, ReadsTheFileWhenTheIntervalShrinksLater) {
     // The first step says 2 s: a later 1 s step makes the first one a gap after all.
-    std::vector<int64_t> steps(60, 1000);
-    steps[0] = 2000;
-    const FedRun run = writeAndFeed(epochs(steps), "feed-shrinking.20O");
+    const FedRun run = writeAndFeed(epochsWithStep(0, 2000), "feed-shrinking.20O");
     EXPECT_TRUE(run.readTheFile);
     EXPECT_EQ(run.fed, run.read);
     EXPECT_EQ(run.report.gapCount, 1);
