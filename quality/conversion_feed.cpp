@@ -297,13 +297,14 @@ void ConversionFeed::emitPending() {
     endSatellite();
     if (pending_ && !skipEpoch_) {
         if (epoch_.flag == 0) {
-            std::vector<uint8_t> head;
-            head.reserve(14);
-            head.push_back(kRecordEpoch);
-            append(head, epoch_.time);
-            append(head, uint32_t(epoch_.satelliteCount));
-            head.push_back(positioned_ ? 1 : 0);
-            put(head.data(), head.size());
+            // Once per epoch: on the stack.
+            uint8_t head[14];
+            head[0] = kRecordEpoch;
+            const uint32_t satellites = uint32_t(epoch_.satelliteCount);
+            std::memcpy(head + 1, &epoch_.time, 8);
+            std::memcpy(head + 9, &satellites, 4);
+            head[13] = positioned_ ? 1 : 0;
+            put(head, sizeof head);
             if (positioned_) put(positionRecords_.data(), positionRecords_.size());
             put(satelliteRecords_.data(), satelliteRecords_.size());
         } else {
