@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 
 namespace rinex {
 
@@ -78,7 +79,11 @@ namespace {
 // Writes value (finite, 0 <= value < 1) with the given count of decimals (1 to 17) as
 // "D.ddd", rounded like printf: from the exact binary value, ties to the even last digit.
 // The result can be "1.000..." when the value rounds up. Returns the characters written.
-int fixedFraction(char* out, double value, int decimals) {
+// Count is int, or std::integral_constant for the counts the records use: a constant count
+// turns the division by 10^decimals into a multiplication.
+template <typename Count>
+int fixedFraction(char* out, double value, Count count) {
+    const int decimals = count;
     uint64_t bits;
     std::memcpy(&bits, &value, sizeof bits);
     const int biased = int(bits >> 52 & 0x7FF);
@@ -104,6 +109,18 @@ int fixedFraction(char* out, double value, int decimals) {
     out[1] = '.';
     char* p = out + 2 + decimals;
     int left = decimals;
+    if (decimals == 12) {
+        // Two halves of six digits: two short chains of divisions instead of one long one.
+        const uint32_t high = static_cast<uint32_t>(digits / 1000000);
+        const uint32_t low = static_cast<uint32_t>(digits - uint64_t(high) * 1000000);
+        putPair(p - 12, high / 10000);
+        putPair(p - 10, high / 100 % 100);
+        putPair(p - 8, high % 100);
+        putPair(p - 6, low / 10000);
+        putPair(p - 4, low / 100 % 100);
+        putPair(p - 2, low % 100);
+        return decimals + 2;
+    }
     while (left >= 2) {
         p -= 2;
         putPair(p, static_cast<uint32_t>(digits % 100));
@@ -148,29 +165,41 @@ int formatExponent(char* out, size_t capacity, double value, int decimals) {
     if (!(mantissa < 1.0)) return blankField(out, capacity, width);
 
     const int absExponent = exponent < 0 ? -exponent : exponent;
-    char text[32];
+    char buffer[32];
     int n = 0;
     if (decimals >= 1 && decimals <= 17) {
-        // Navigation files hold millions of these: written directly, not through printf.
+        // Navigation files hold millions of these: written directly, not through printf, and
+        // straight into out when it has room (copying bytes just stored piece by piece stalls
+        // until the stores have landed).
+        char* const text = capacity > size_t(width) ? out : buffer;
         text[n++] = sign;
-        n += fixedFraction(text + n, mantissa, decimals);
+        if (decimals == 12)
+            n += fixedFraction(text + n, mantissa, std::integral_constant<int, 12>());
+        else if (decimals == 5)
+            n += fixedFraction(text + n, mantissa, std::integral_constant<int, 5>());
+        else
+            n += fixedFraction(text + n, mantissa, decimals);
         text[n++] = 'D';
         text[n++] = exponent < 0 ? '-' : '+';
         putPair(text + n, static_cast<uint32_t>(absExponent));
         n += 2;
+        if (text == out) {
+            out[n] = 0;
+            return n;
+        }
     } else {
         char format[32];
         std::snprintf(format, sizeof format, "%%c%%.%dfD%%c%%02d", decimals < 0 ? 0 : decimals);
         const int written =
-            std::snprintf(text, sizeof text, format, sign, mantissa, exponent < 0 ? '-' : '+', absExponent);
+            std::snprintf(buffer, sizeof buffer, format, sign, mantissa, exponent < 0 ? '-' : '+', absExponent);
         if (written < 0) {
             out[0] = 0;
             return 0;
         }
-        n = written < static_cast<int>(sizeof text) ? written : static_cast<int>(sizeof text) - 1;
+        n = written < static_cast<int>(sizeof buffer) ? written : static_cast<int>(sizeof buffer) - 1;
     }
     const int kept = n < static_cast<int>(capacity) ? n : static_cast<int>(capacity) - 1;
-    std::memcpy(out, text, static_cast<size_t>(kept));
+    std::memcpy(out, buffer, static_cast<size_t>(kept));
     out[kept] = 0;
     return kept;
 }

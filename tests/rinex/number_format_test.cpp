@@ -199,4 +199,21 @@ TEST(FormatFixed14, MatchesTheDigitByDigitRuleAcrossMagnitudes) {
         EXPECT_EQ(fixed14(v), fixed14ByDigits(v)) << v;
 }
 
+TEST(FormatFixed14, MatchesTheDigitByDigitRuleAtEveryDigitCount) {
+    // Each place where the whole part gains a digit, from both sides, with both signs, and
+    // whole parts whose inner digits are zeros.
+    for (int digits = 0; digits <= 10; ++digits) {
+        const double power = std::pow(10.0, digits);
+        for (const double v : {power, power - 0.0004, power - 0.0006, power + 0.001, power * 1.000000001,
+                               power + 1.0, 2 * power, 9 * power + 0.5}) {
+            EXPECT_EQ(fixed14(v), fixed14ByDigits(v)) << v;
+            EXPECT_EQ(fixed14(-v), fixed14ByDigits(-v)) << -v;
+        }
+    }
+    EXPECT_EQ(fixed14(100000001.0), " 100000001.000");
+    EXPECT_EQ(fixed14(-100000001.0), "-100000001.000");
+    EXPECT_EQ(fixed14(1000000000.0), "1000000000.000");
+    EXPECT_EQ(fixed14(10.0), "        10.000");
+}
+
 } // namespace
