@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -12,6 +11,7 @@
 #include "quality/rinex_obs_reader.h"
 #include "quality/text_fields.h"
 #include "quality/text_report.h"
+#include "support/strtod_number.h"
 #include "targets.h"
 
 namespace fuzzing {
@@ -24,17 +24,9 @@ bool finite(const quality::Vec3& v) {
 
 // The number parser against strtod on the same text: the same verdict, the same bits.
 bool numberAsStrtodReadsIt(const std::string& text) {
-    double got = 0;
+    double got = 0, expected = 0;
     const bool ok = quality::parseNumber(text, got);
-    const std::string t = quality::trimmed(text);
-    if (t.empty() || t.size() > 40) return !ok;
-    std::string e = t;
-    for (char& c : e)
-        if (c == 'D' || c == 'd') c = 'E';
-    char* end = nullptr;
-    const double expected = std::strtod(e.c_str(), &end);
-    const bool expectedOk = end != e.c_str() && *end == '\0' && std::isfinite(expected);
-    if (ok != expectedOk) return false;
+    if (ok != testsupport::strtodNumber(text, expected)) return false;
     return !ok || std::memcmp(&got, &expected, sizeof got) == 0;
 }
 

@@ -11,22 +11,12 @@
 #include <string>
 
 #include "quality/text_fields.h"
+#include "support/strtod_number.h"
 
 namespace {
 
-// What the reader did before it had a parser of its own: trim, 'D' to 'E', strtod.
-bool reference(const std::string& text, double& value) {
-    const std::string t = quality::trimmed(text);
-    if (t.empty() || t.size() > 40) return false;
-    std::string e = t;
-    for (char& c : e)
-        if (c == 'D' || c == 'd') c = 'E';
-    char* end = nullptr;
-    const double v = std::strtod(e.c_str(), &end);
-    if (end == e.c_str() || *end != '\0' || !std::isfinite(v)) return false;
-    value = v;
-    return true;
-}
+// What the reader did before it had a parser of its own.
+bool reference(const std::string& text, double& value) { return testsupport::strtodNumber(text, value); }
 
 uint64_t bitsOf(double v) {
     uint64_t b;
