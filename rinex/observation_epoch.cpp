@@ -29,6 +29,7 @@ constexpr int kPrefixMax = 6;
 // of the line, which reads as missing observations.
 constexpr int kMaxColumns = (kLineCapacity - kPrefixMax - 2 - 1) / kColumnWidth;
 static_assert(kPrefixMax + kMaxColumns * kColumnWidth + 2 < kLineCapacity, "line buffer too small");
+static_assert(sizeof(void*) != 8 || sizeof(EpochWorkArea::Entry) == 48, "an entry has grown");
 
 constexpr double kInverseLightSpeed = 3.3356409519815204e-09; // s/m
 
@@ -60,7 +61,6 @@ void EpochWorkArea::add(const decoding::RangeObservation& obs) {
     e.phaseValid = obs.phaseLocked != 0;
     e.phaseLock = obs.parityKnown != 0;
     e.pseudorangeValid = obs.codeLocked != 0;
-    e.systemInfo = obs.systemInfo;
     e.signalInfo = obs.signalInfo;
     entries.push_back(e);
 }

@@ -47,19 +47,20 @@ class OutputPipeline;
 
 // Observations of the current receiver epoch (one range log).
 struct EpochWorkArea {
+    // Every observation passes through one of these twice (collected, then sorted) and on
+    // to the output thread: the small fields share the first 16 bytes, 48 bytes in all.
     struct Entry {
         char system; // RINEX system letter
-        quint16 satellite;
         char code[3]; // RINEX band/attribute, e.g. "1C"
+        quint16 satellite;
         qint16 glonassFrequency;
-        double pseudorange;  // m
-        double carrierPhase; // cycles, board sign
-        float doppler;       // Hz
-        float cn0;           // dB-Hz
         bool phaseValid;
         bool phaseLock;
         bool pseudorangeValid;
-        const decoding::SatSystemInfo* systemInfo;
+        float doppler;       // Hz
+        double pseudorange;  // m
+        double carrierPhase; // cycles, board sign
+        float cn0;           // dB-Hz
         const decoding::SignalInfo* signalInfo;
     };
 
