@@ -38,10 +38,18 @@ std::vector<double> observationValues(size_t count) {
     std::vector<double> v(count);
     for (size_t i = 0; i < count; ++i) {
         switch (i % 4) {
-        case 0: v[i] = 2.0e7 + r.next() * 1.8e7; break;         // pseudorange, m
-        case 1: v[i] = (r.next() - 0.3) * 2.0e8; break;          // phase, cycles
-        case 2: v[i] = (r.next() - 0.5) * 8000.0; break;         // Doppler, Hz
-        default: v[i] = 25.0 + std::floor(r.next() * 30.0); break; // strength, dB-Hz
+        case 0: // pseudorange, m
+            v[i] = 2.0e7 + r.next() * 1.8e7;
+            break;
+        case 1: // phase, cycles
+            v[i] = (r.next() - 0.3) * 2.0e8;
+            break;
+        case 2: // Doppler, Hz
+            v[i] = (r.next() - 0.5) * 8000.0;
+            break;
+        default: // strength, dB-Hz
+            v[i] = 25.0 + std::floor(r.next() * 30.0);
+            break;
         }
     }
     return v;
@@ -49,8 +57,8 @@ std::vector<double> observationValues(size_t count) {
 
 // Magnitudes of an ephemeris record's fields: times, clock terms, orbit elements and rates.
 std::vector<double> navigationValues(size_t count) {
-    static const double kScales[] = {1e-4, 1e-11, 0.0, 40.0, 50.0, 4e-9, 1.0,   1e-6, 1e-2, 1e-5,
-                                     5153.6, 5e5, 1e-7, 2.0, 1e-7, 0.96,  200.0, 1.0, -8e-9, 1e-10};
+    static const double kScales[] = {1e-4,   1e-11, 0.0,  40.0, 50.0, 4e-9, 1.0,   1e-6, 1e-2,  1e-5,
+                                     5153.6, 5e5,   1e-7, 2.0,  1e-7, 0.96, 200.0, 1.0,  -8e-9, 1e-10};
     Sequence r;
     std::vector<double> v(count);
     for (size_t i = 0; i < count; ++i) {
@@ -81,8 +89,8 @@ void measure(const char* name, const std::vector<double>& values, int runs, Form
         g_sink = sum;
         perValue.push_back(std::chrono::duration<double, std::nano>(t1 - t0).count() / double(values.size()));
     }
-    std::printf("%-26s best %6.2f ns  median %6.2f ns\n", name, *std::min_element(perValue.begin(), perValue.end()),
-                median(perValue));
+    std::printf("%-26s best %6.2f ns  median %6.2f ns\n", name,
+                *std::min_element(perValue.begin(), perValue.end()), median(perValue));
 }
 
 } // namespace

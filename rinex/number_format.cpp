@@ -190,8 +190,8 @@ int formatExponent(char* out, size_t capacity, double value, int decimals) {
     } else {
         char format[32];
         std::snprintf(format, sizeof format, "%%c%%.%dfD%%c%%02d", decimals < 0 ? 0 : decimals);
-        const int written =
-            std::snprintf(buffer, sizeof buffer, format, sign, mantissa, exponent < 0 ? '-' : '+', absExponent);
+        const int written = std::snprintf(buffer, sizeof buffer, format, sign, mantissa,
+                                          exponent < 0 ? '-' : '+', absExponent);
         if (written < 0) {
             out[0] = 0;
             return 0;

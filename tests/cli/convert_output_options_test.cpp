@@ -16,11 +16,8 @@ namespace {
 
 using testsupport::ProcessResult;
 using testsupport::readAll;
+using testsupport::runConverter;
 using testsupport::writeFile;
-
-ProcessResult run(const QStringList& arguments) {
-    return testsupport::runConverter(arguments);
-}
 
 QString streamPath(const char* name) {
     return QString::fromStdString(testsupport::streamDataDirectory() + "/" + name);
@@ -72,7 +69,7 @@ TEST(VelmoorConvertOutputOptions, UsageErrorsNameTheOptionAndItsValues) {
         {{"--compress", "zip", input}, "--compress: 'zip' (crx, gz or crx.gz)"},
     };
     for (const auto& c : cases) {
-        const ProcessResult result = run(c.first);
+        const ProcessResult result = runConverter(c.first);
         EXPECT_EQ(result.exitCode, 2) << c.first.join(' ').toStdString();
         EXPECT_TRUE(result.err.contains(c.second)) << result.err.toStdString();
     }
@@ -80,7 +77,7 @@ TEST(VelmoorConvertOutputOptions, UsageErrorsNameTheOptionAndItsValues) {
 }
 
 TEST(VelmoorConvertOutputOptions, HelpDocumentsEveryOutputOptionWithAnExample) {
-    const ProcessResult result = run({"--help"});
+    const ProcessResult result = runConverter({"--help"});
     ASSERT_EQ(result.exitCode, 0);
     for (const char* option : {"--start", "--end", "--interval", "--systems", "--long-name", "--country",
                                "--monument", "--receiver", "--compress"})
@@ -92,9 +89,9 @@ TEST(VelmoorConvertOutputOptions, HelpDocumentsEveryOutputOptionWithAnExample) {
 TEST(VelmoorConvertOutputOptions, WindowAndIntervalOnARealStreamKeepExactlyTheirEpochs) {
     QTemporaryDir dir;
     const QString input = streamPath("cebr-range-key.dat");
-    ASSERT_EQ(run({"-q", "-o", dir.filePath("all.18O"), input}).exitCode, 0);
-    ASSERT_EQ(run({"-q", "--start", "2018-07-19 00:10:00", "--end", "2018-07-19T00:40:00", "--interval", "120",
-                   "-o", dir.filePath("cut.18O"), input})
+    ASSERT_EQ(runConverter({"-q", "-o", dir.filePath("all.18O"), input}).exitCode, 0);
+    ASSERT_EQ(runConverter({"-q", "--start", "2018-07-19 00:10:00", "--end", "2018-07-19T00:40:00",
+                            "--interval", "120", "-o", dir.filePath("cut.18O"), input})
                   .exitCode,
               0);
     const QByteArray all = readAll(dir.filePath("all.18O"));
@@ -112,8 +109,10 @@ TEST(VelmoorConvertOutputOptions, WindowAndIntervalOnARealStreamKeepExactlyTheir
     ASSERT_EQ(expected.size(), 15);
     for (int i = 0; i < actual.size(); ++i)
         EXPECT_EQ(actual[i].lines, expected[i].lines) << i;
-    EXPECT_EQ(headerLine(cut, "TIME OF FIRST OBS"), "  2018     7    19     0    10    0.0000000     GPS         ");
-    EXPECT_EQ(headerLine(cut, "TIME OF LAST OBS"), "  2018     7    19     0    38    0.0000000     GPS         ");
+    EXPECT_EQ(headerLine(cut, "TIME OF FIRST OBS"),
+              "  2018     7    19     0    10    0.0000000     GPS         ");
+    EXPECT_EQ(headerLine(cut, "TIME OF LAST OBS"),
+              "  2018     7    19     0    38    0.0000000     GPS         ");
     EXPECT_EQ(headerLine(cut, "INTERVAL").trimmed(), "120.000");
     // The stream's navigation records are from ten days later: none is near the window.
     EXPECT_EQ(readAll(dir.filePath("cut.18N")).count('\n'), 9);
@@ -122,9 +121,9 @@ TEST(VelmoorConvertOutputOptions, WindowAndIntervalOnARealStreamKeepExactlyTheir
 TEST(VelmoorConvertOutputOptions, NavigationRecordsWithinFourHoursOfTheWindow) {
     QTemporaryDir dir;
     const QString input = streamPath("cebr-range-key.dat");
-    ASSERT_EQ(run({"-q", "-o", dir.filePath("all.18O"), input}).exitCode, 0);
-    ASSERT_EQ(run({"-q", "--start", "2018-07-29 10:00:00", "--end", "2018-07-29 11:00:00", "-o",
-                   dir.filePath("cut.18O"), input})
+    ASSERT_EQ(runConverter({"-q", "-o", dir.filePath("all.18O"), input}).exitCode, 0);
+    ASSERT_EQ(runConverter({"-q", "--start", "2018-07-29 10:00:00", "--end", "2018-07-29 11:00:00", "-o",
+                            dir.filePath("cut.18O"), input})
                   .exitCode,
               0);
     // GPS records: a first line "Gnn yyyy mm dd hh mm ss" and seven orbit lines.
@@ -149,9 +148,12 @@ TEST(VelmoorConvertOutputOptions, NavigationRecordsWithinFourHoursOfTheWindow) {
 TEST(VelmoorConvertOutputOptions, WindowWithoutEpochAndIntervalWithoutMatch) {
     QTemporaryDir dir;
     const QString input = streamPath("cebr-rangecmp2-none.dat");
-    ASSERT_EQ(run({"-q", "--start", "2018-08-01 00:00:00", "-o", dir.filePath("late.18O"), input}).exitCode, 0);
+    ASSERT_EQ(runConverter({"-q", "--start", "2018-08-01 00:00:00", "-o", dir.filePath("late.18O"), input})
+                  .exitCode,
+              0);
     // Multiples of 86399.999 s lie 4 and 5 ms before midnights: no 30 s epoch is one.
-    ASSERT_EQ(run({"-q", "--interval", "86399.999", "-o", dir.filePath("odd.18O"), input}).exitCode, 0);
+    ASSERT_EQ(runConverter({"-q", "--interval", "86399.999", "-o", dir.filePath("odd.18O"), input}).exitCode,
+              0);
     for (const char* name : {"late.18O", "odd.18O"}) {
         const QByteArray file = readAll(dir.filePath(name));
         EXPECT_TRUE(file.contains("END OF HEADER")) << name;
@@ -164,13 +166,13 @@ TEST(VelmoorConvertOutputOptions, WindowWithoutEpochAndIntervalWithoutMatch) {
 TEST(VelmoorConvertOutputOptions, SystemsOnARealStream) {
     QTemporaryDir dir;
     const QString input = streamPath("cebr-rangecmp-legacy.dat");
-    ASSERT_EQ(run({"-q", "-o", dir.filePath("all.18O"), input}).exitCode, 0);
+    ASSERT_EQ(runConverter({"-q", "-o", dir.filePath("all.18O"), input}).exitCode, 0);
     const QList<EpochBlock> all = epochBlocks(readAll(dir.filePath("all.18O")));
-    for (const QString& systems : {QString("G"), QString("R"), QString("E"), QString("C"), QString("GE"),
-                                   QString("RC")}) {
+    for (const QString& systems :
+         {QString("G"), QString("R"), QString("E"), QString("C"), QString("GE"), QString("RC")}) {
         SCOPED_TRACE(systems.toStdString());
         const QString out = dir.filePath(systems + ".18O");
-        ASSERT_EQ(run({"-q", "--systems", systems, "-o", out, input}).exitCode, 0);
+        ASSERT_EQ(runConverter({"-q", "--systems", systems, "-o", out, input}).exitCode, 0);
         const QByteArray file = readAll(out);
         const QList<EpochBlock> selected = epochBlocks(file);
         ASSERT_EQ(selected.size(), all.size());
@@ -186,7 +188,8 @@ TEST(VelmoorConvertOutputOptions, SystemsOnARealStream) {
         }
         QString typeSystems;
         for (const QByteArray& line : file.left(file.indexOf("END OF HEADER")).split('\n'))
-            if (line.mid(60).trimmed() == "SYS / # / OBS TYPES" && line.at(0) != ' ') typeSystems += line.at(0);
+            if (line.mid(60).trimmed() == "SYS / # / OBS TYPES" && line.at(0) != ' ')
+                typeSystems += line.at(0);
         QString sortedSystems = systems;
         std::sort(sortedSystems.begin(), sortedSystems.end());
         EXPECT_EQ(typeSystems, sortedSystems);
@@ -200,15 +203,17 @@ TEST(VelmoorConvertOutputOptions, SystemsOnARealStream) {
 TEST(VelmoorConvertOutputOptions, LongNamesCompressedLeaveOnlyTheCompressedFiles) {
     QTemporaryDir dir;
     const QString input = streamPath("cebr-range-key.dat");
-    const ProcessResult result =
-        run({"--long-name", "--country", "esp", "--monument", "1", "--compress", "crx.gz", "-o", dir.path(), input});
+    const ProcessResult result = runConverter({"--long-name", "--country", "esp", "--monument", "1",
+                                               "--compress", "crx.gz", "-o", dir.path(), input});
     ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
     const QStringList files = QDir(dir.path()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
     const QString prefix = "CEBR10ESP_R_20182000000_01H_";
     EXPECT_EQ(files, (QStringList{prefix + "30S_MO.crx.gz", prefix + "CN.rnx.gz", prefix + "EN.rnx.gz",
                                   prefix + "GN.rnx.gz", prefix + "RN.rnx.gz"}));
-    EXPECT_TRUE(result.err.contains("120 epochs written to " + prefix + "30S_MO.crx.gz")) << result.err.toStdString();
-    const std::string compact = testsupport::readGzipFile(dir.filePath(prefix + "30S_MO.crx.gz").toStdString());
+    EXPECT_TRUE(result.err.contains("120 epochs written to " + prefix + "30S_MO.crx.gz"))
+        << result.err.toStdString();
+    const std::string compact =
+        testsupport::readGzipFile(dir.filePath(prefix + "30S_MO.crx.gz").toStdString());
     EXPECT_EQ(compact.substr(0, 20), "3.0                 ");
     EXPECT_NE(compact.find("COMPACT RINEX FORMAT"), std::string::npos);
 }
@@ -216,8 +221,8 @@ TEST(VelmoorConvertOutputOptions, LongNamesCompressedLeaveOnlyTheCompressedFiles
 TEST(VelmoorConvertOutputOptions, GzipShortNamesHoldTheSameBytes) {
     QTemporaryDir dir;
     const QString input = streamPath("cebr-range-key.dat");
-    ASSERT_EQ(run({"-q", "-o", dir.filePath("plain.18O"), input}).exitCode, 0);
-    ASSERT_EQ(run({"-q", "--compress", "gz", "-o", dir.filePath("packed.18O"), input}).exitCode, 0);
+    ASSERT_EQ(runConverter({"-q", "-o", dir.filePath("plain.18O"), input}).exitCode, 0);
+    ASSERT_EQ(runConverter({"-q", "--compress", "gz", "-o", dir.filePath("packed.18O"), input}).exitCode, 0);
     for (const char letter : {'O', 'N', 'G', 'L', 'C'}) {
         SCOPED_TRACE(letter);
         EXPECT_FALSE(QFile::exists(dir.filePath(QString("packed.18") + letter)));
@@ -236,13 +241,13 @@ TEST(VelmoorConvertOutputOptions, GzipShortNamesHoldTheSameBytes) {
 TEST(VelmoorConvertOutputOptions, CompactShortNameEndsInDAndIsNeverWrittenOverAFile) {
     QTemporaryDir dir;
     const QString input = streamPath("cebr-range-key.dat");
-    ASSERT_EQ(run({"-q", "--compress", "crx", "-o", dir.filePath("site.18O"), input}).exitCode, 0);
+    ASSERT_EQ(runConverter({"-q", "--compress", "crx", "-o", dir.filePath("site.18O"), input}).exitCode, 0);
     EXPECT_TRUE(QFile::exists(dir.filePath("site.18D")));
     EXPECT_FALSE(QFile::exists(dir.filePath("site.18O")));
     EXPECT_TRUE(QFile::exists(dir.filePath("site.18N")));
 
     writeFile(dir.filePath("other.18D"), "someone else's");
-    const ProcessResult result = run({"--compress", "crx", "-o", dir.filePath("other.18O"), input});
+    const ProcessResult result = runConverter({"--compress", "crx", "-o", dir.filePath("other.18O"), input});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.err.contains("file exists, " + dir.filePath("other.18D"))) << result.err.toStdString();
     EXPECT_EQ(readAll(dir.filePath("other.18D")), "someone else's");
@@ -253,7 +258,7 @@ TEST(VelmoorConvertOutputOptions, LongNameOverAnExistingFileFailsAndLeavesNoTemp
     QTemporaryDir dir;
     const QString input = streamPath("cebr-range-key.dat");
     writeFile(dir.filePath("CEBR00XXX_R_20182000000_01H_GN.rnx"), "taken");
-    const ProcessResult result = run({"--long-name", "-o", dir.path(), input});
+    const ProcessResult result = runConverter({"--long-name", "-o", dir.path(), input});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.err.contains("file exists, ")) << result.err.toStdString();
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
