@@ -90,9 +90,8 @@ void EpochWorkArea::sort() {
 
 int EpochWorkArea::satelliteCount() const {
     int satellites = 0;
-    for (size_t i = 0; i < entries.size(); ++i)
-        if (i == 0 || entries[i].system != entries[i - 1].system || entries[i].satellite != entries[i - 1].satellite)
-            ++satellites;
+    for (size_t begin = 0; begin < entries.size(); begin = satelliteEnd(begin))
+        ++satellites;
     return satellites;
 }
 

@@ -15,9 +15,6 @@
 
 namespace {
 
-// What the reader did before it had a parser of its own.
-bool reference(const std::string& text, double& value) { return testsupport::strtodNumber(text, value); }
-
 uint64_t bitsOf(double v) {
     uint64_t b;
     std::memcpy(&b, &v, sizeof b);
@@ -26,7 +23,7 @@ uint64_t bitsOf(double v) {
 
 void expectSame(const std::string& text) {
     double expected = 0, got = 0;
-    const bool ok = reference(text, expected);
+    const bool ok = testsupport::strtodNumber(text, expected);
     ASSERT_EQ(quality::parseNumber(text, got), ok) << "'" << text << "'";
     if (ok) {
         EXPECT_EQ(bitsOf(got), bitsOf(expected)) << "'" << text << "': " << got << " vs " << expected;
