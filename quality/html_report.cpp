@@ -89,8 +89,9 @@ void axes(std::ostringstream& o, const Frame& f, int xTicks, int yTicks, bool ti
       << num(f.width - f.left - f.right) << "\" height=\"" << num(f.height - f.top - f.bottom) << "\"/>\n";
     for (int i = 0; i <= xTicks; ++i) {
         const double v = f.x0 + (f.x1 - f.x0) * i / xTicks;
-        o << "<text class=\"tick\" x=\"" << num(f.x(v)) << "\" y=\"" << num(f.height - 8)
-          << "\" text-anchor=\"middle\">" << (timeAxis ? clock(v) : num(v, 1)) << "</text>\n";
+        // The last label ends at the frame's edge rather than running past the picture.
+        o << "<text class=\"tick\" x=\"" << num(f.x(v)) << "\" y=\"" << num(f.height - 8) << "\" text-anchor=\""
+          << (i == xTicks ? "end" : "middle") << "\">" << (timeAxis ? clock(v) : num(v, 1)) << "</text>\n";
     }
     for (int i = 0; i <= yTicks; ++i) {
         const double v = f.y0 + (f.y1 - f.y0) * i / yTicks;

@@ -2,17 +2,22 @@
 # SPDX-License-Identifier: MIT
 # Installs, through apt, whatever the build and the tests need and the machine lacks.
 # Idempotent: packages already present are not touched.
-#   scripts/install-deps.sh [--qt6]     (--qt6: Qt 6 instead of Qt 5)
+#   scripts/install-deps.sh [--qt6] [--browser]
+#     --qt6      Qt 6 instead of Qt 5
+#     --browser  also Chromium, for the test that renders the HTML quality report
 set -euo pipefail
 
 # Qt Core, Gui and Widgets with moc and the GL headers their CMake files ask for; the
 # offscreen and X11 platform plugins come with the Gui runtime package.
 qt=qtbase5-dev
-case "${1:-}" in
-    --qt6) qt=qt6-base-dev ;;
-    "") ;;
-    *) echo "usage: scripts/install-deps.sh [--qt6]" >&2; exit 2 ;;
-esac
+extra=()
+for arg in "$@"; do
+    case "$arg" in
+        --qt6) qt=qt6-base-dev ;;
+        --browser) extra+=(chromium) ;;
+        *) echo "usage: scripts/install-deps.sh [--qt6] [--browser]" >&2; exit 2 ;;
+    esac
+done
 
 packages=(
     cmake g++ make pkg-config
@@ -21,6 +26,7 @@ packages=(
     nlohmann-json3-dev zlib1g-dev
     xvfb xauth
     dpkg-dev file   # cpack -G DEB: dpkg-shlibdeps finds the package's dependencies
+    ${extra[@]+"${extra[@]}"}
 )
 
 missing=()
