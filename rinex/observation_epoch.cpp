@@ -111,7 +111,7 @@ int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
                                   const EpochWorkArea::Entry* last) {
     // An observer is told here only when there is no output thread; with one, the decoding
     // thread tells it (observeEpoch).
-    if (epochObserver_ && observedWhileFormatted_)
+    if (observedWhileFormatted_ && epochObserver_)
         return satelliteLine<true, true>(line, signalMap_, first, last);
     return satelliteLine<true, false>(line, signalMap_, first, last);
 }
@@ -143,7 +143,7 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, const EpochWorkAre
         }
     }
 
-    rinex::EpochObserver* const observer = epochObserver_;
+    rinex::EpochObserver* const observer = Observe ? epochObserver_ : nullptr;
     if constexpr (Observe) {
         // The observer learns the columns' signals before their first values.
         int& told = observedColumns_[uint8_t(first->system)];
@@ -296,7 +296,9 @@ qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
     if (written > 31 && epochLine[0] == '>' && (epochLine[31] == '0' || epochLine[31] == '1'))
         ++epochRecordLines_;
     epochBlockUsed_ += int(written);
-    if (epochObserver_ && observedWhileFormatted_) epochObserver_->epoch(t, satellites);
+    // observedWhileFormatted_ first: with an output thread the observer pointer belongs to the
+    // decoding thread, which may set it at any time.
+    if (observedWhileFormatted_ && epochObserver_) epochObserver_->epoch(t, satellites);
 
     size_t begin = 0;
     while (begin < entries.size()) {
