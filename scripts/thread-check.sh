@@ -16,7 +16,7 @@ build=${BUILD_DIR:-build-tsan}
 probe=$(mktemp -d)
 trap 'rm -rf "$probe"' EXIT
 printf '#include <thread>\nint main() { std::thread t([] {}); t.join(); }\n' >"$probe/p.cpp"
-if ! g++ -fsanitize=thread -pthread "$probe/p.cpp" -o "$probe/p" 2>"$probe/log" || ! "$probe/p" 2>>"$probe/log"; then
+if ! "${CXX:-c++}" -fsanitize=thread -pthread "$probe/p.cpp" -o "$probe/p" 2>"$probe/log" || ! "$probe/p" 2>>"$probe/log"; then
     echo "ThreadSanitizer does not run on this machine: thread check skipped" >&2
     sed -n 1,3p "$probe/log" >&2
     exit 0
