@@ -22,16 +22,18 @@ namespace quality {
 namespace {
 
 // Second-pass records, in bytes:
-//   observation epoch: 'D', time (double), satellites (uint32), positioned (0 or 1);
-//     when positioned, per satellite: system letter, number, code count, then per code its
-//     band, attribute and value (double);
-//     then per satellite: system index, number, column count, the columns (0x80 when a
-//     strength follows), the strengths in thousandths (uint32).
+//   observation epoch: 'D', time (double), satellites (uint32), flags (1: positioned, 2:
+//     starts a visibility window), the codes' size (uint32), then when positioned per
+//     satellite: system letter, number, code count, then per code its band, attribute and
+//     value (double);
+//   visibility window, after its epochs: 'W', start (double), epochs (uint32), the sums'
+//     size (uint32), the sums (QualityCheck::closeTrackedWindow);
 //   event: 'V', flag, time (double), line count, then per line its length (uint16) and text.
-constexpr uint8_t kRecordEpoch = 'D', kRecordEvent = 'V';
+constexpr uint8_t kRecordEpoch = 'D', kRecordWindow = 'W', kRecordEvent = 'V';
+constexpr uint8_t kPositioned = 1, kWindowStart = 2;
+constexpr size_t kEpochHead = 17, kWindowHead = 16; // bytes after the kind
 constexpr size_t kBlockBytes = 1 << 20;
 constexpr int kMaxFields = 256;
-constexpr uint8_t kStrengthFollows = 0x80;
 
 template <typename T>
 void append(std::vector<uint8_t>& out, const T& value) {
@@ -180,8 +182,27 @@ void ConversionFeed::epoch(int64_t gpsMilliseconds, int satellites) {
     const double t = epoch_.time;
     positioned_ = options_.positionInterval <= 0 || t < lastPositioned_ || t - lastPositioned_ >= options_.positionInterval;
     if (positioned_) lastPositioned_ = t;
-    satelliteRecords_.clear();
+    // The elevations' windows: the second pass gets each one's sums, not its epochs.
+    windowStarts_ = QualityCheck::startsVisibilityWindow(t, windowStart_);
+    if (windowStarts_) {
+        closeWindow();
+        windowStart_ = t;
+    }
+    ++windowEpochs_;
     positionRecords_.clear();
+}
+
+void ConversionFeed::closeWindow() {
+    if (windowEpochs_ == 0) return;
+    windowRecord_.resize(kWindowHead + 1);
+    windowRecord_[0] = kRecordWindow;
+    check_->closeTrackedWindow(windowRecord_);
+    const uint32_t epochs = uint32_t(windowEpochs_), size = uint32_t(windowRecord_.size() - kWindowHead - 1);
+    std::memcpy(windowRecord_.data() + 1, &windowStart_, 8);
+    std::memcpy(windowRecord_.data() + 9, &epochs, 4);
+    std::memcpy(windowRecord_.data() + 13, &size, 4);
+    put(windowRecord_.data(), windowRecord_.size());
+    windowEpochs_ = 0;
 }
 
 void ConversionFeed::satellite(char system, int number, const rinex::ObservedValue* values, int count) {
@@ -234,7 +255,7 @@ void ConversionFeed::satellite(char system, int number, const rinex::ObservedVal
         c.fields |= uint8_t(1 << kind);
         if (values[i].lossOfLock != 0) c.lli |= uint8_t(1 << kind);
         if (kind != 2) c.value[kind] = fixedThreeDecimals(thousandths, negative);
-        if (kind == 3) strengths_[column] = uint32_t(std::min<uint64_t>(thousandths, 0xFFFFFFFFu));
+        if (kind == 3) c.strength = uint32_t(std::min<uint64_t>(thousandths, 0xFFFFFFFFu));
     }
 }
 
@@ -248,31 +269,7 @@ void ConversionFeed::endSatellite() {
     satellite.column = columns_;
     check_->trackSatellite(satellite, epoch_.time);
 
-    // Second pass: the columns, the strengths the elevation bins take, and the codes when
-    // the epoch is positioned.
-    std::vector<uint8_t>& out = satelliteRecords_;
-    const size_t start = out.size();
-    out.resize(start + 3 + 64);
-    uint8_t* p = out.data() + start;
-    p[0] = uint8_t(satelliteSystem_);
-    p[1] = uint8_t(satelliteNumber_);
-    int count = 0;
-    uint32_t strengths[64];
-    int strengthCount = 0;
-    for (uint64_t left = columnsUsed_; left != 0; left &= left - 1) {
-        const int c = __builtin_ctzll(left);
-        const TrackedSatellite::Column& column = columns_[c];
-        uint8_t entry = uint8_t(c);
-        if ((column.fields & 8) && column.value[3] > 0 && column.value[3] < 100) {
-            entry |= kStrengthFollows;
-            strengths[strengthCount++] = strengths_[c];
-        }
-        p[3 + count++] = entry;
-    }
-    p[2] = uint8_t(count);
-    out.resize(start + 3 + size_t(count) + 4 * size_t(strengthCount));
-    std::memcpy(out.data() + start + 3 + count, strengths, 4 * size_t(strengthCount));
-
+    // Second pass: the codes when the epoch is positioned.
     if (positioned_) {
         std::vector<uint8_t>& codes = positionRecords_;
         codes.push_back(uint8_t(satelliteLetter_));
@@ -298,15 +295,16 @@ void ConversionFeed::emitPending() {
     if (pending_ && !skipEpoch_) {
         if (epoch_.flag == 0) {
             // Once per epoch: on the stack.
-            uint8_t head[14];
+            uint8_t head[1 + kEpochHead];
             head[0] = kRecordEpoch;
             const uint32_t satellites = uint32_t(epoch_.satelliteCount);
+            const uint32_t codes = positioned_ ? uint32_t(positionRecords_.size()) : 0;
             std::memcpy(head + 1, &epoch_.time, 8);
             std::memcpy(head + 9, &satellites, 4);
-            head[13] = positioned_ ? 1 : 0;
+            head[13] = uint8_t((positioned_ ? kPositioned : 0) | (windowStarts_ ? kWindowStart : 0));
+            std::memcpy(head + 14, &codes, 4);
             put(head, sizeof head);
-            if (positioned_) put(positionRecords_.data(), positionRecords_.size());
-            put(satelliteRecords_.data(), satelliteRecords_.size());
+            put(positionRecords_.data(), codes);
         } else {
             std::vector<uint8_t> record;
             record.push_back(kRecordEvent);
@@ -323,7 +321,6 @@ void ConversionFeed::emitPending() {
     pending_ = false;
     skipEpoch_ = false;
     skipSatellite_ = false;
-    satelliteRecords_.clear();
     positionRecords_.clear();
 }
 
@@ -409,6 +406,7 @@ bool ConversionFeed::prepare(const std::vector<std::string>& files, std::string&
         eventLinesLeft_ = 0;
     }
     emitPending();
+    closeWindow();
     observationPath_ = observation;
     if (header.leapSeconds >= 0) navigation_.setLeapSeconds(header.leapSeconds);
     check_->setHeader(header);
@@ -467,64 +465,57 @@ bool ConversionFeed::replayRecords(SpillReader& in, Half half, Epoch& epoch, siz
             if (positions) check_->replayEvent(epoch);
             continue;
         }
+        if (kind == kRecordWindow) {
+            uint8_t head[kWindowHead];
+            if (!in.take(head, sizeof head)) return true;
+            const size_t size = load<uint32_t>(head + 12);
+            const uint8_t* sums = in.peek(size);
+            if (!sums) return true;
+            if (elevations && !check_->replayWindow(load<double>(head), load<uint32_t>(head + 8), sums, size))
+                return true;
+            in.skip(size);
+            continue;
+        }
         if (kind != kRecordEpoch) return true;
-        uint8_t head[13];
+        uint8_t head[kEpochHead];
         if (!in.take(head, sizeof head)) return true;
+        const size_t codesSize = load<uint32_t>(head + 13);
+        if (!positions) {
+            if (!in.peek(codesSize)) return true;
+            in.skip(codesSize);
+            continue;
+        }
         epoch.flag = 0;
         epoch.time = load<double>(head);
         epoch.satelliteCount = load<uint32_t>(head + 8);
         epoch.eventLines.clear();
-        const double t = epoch.time;
-        if (head[12]) {
-            if (positions && epoch.satellites.size() < epoch.satelliteCount)
-                epoch.satellites.resize(epoch.satelliteCount);
+        if (head[12] & kPositioned) {
+            const uint8_t* s = in.peek(codesSize);
+            if (!s) return true;
+            const uint8_t* const end = s + codesSize;
+            if (epoch.satellites.size() < epoch.satelliteCount) epoch.satellites.resize(epoch.satelliteCount);
             for (size_t i = 0; i < epoch.satelliteCount; ++i) {
-                const uint8_t* s = in.peek(3);
-                if (!s) return true;
+                if (end - s < 3) return true;
                 const size_t codes = s[2];
-                if (!(s = in.peek(3 + 10 * codes))) return true;
-                if (positions) {
-                    SatelliteObservations& sat = epoch.satellites[i];
-                    sat.system = char(s[0]);
-                    sat.number = s[1];
-                    sat.observations.resize(codes);
-                    const uint8_t* code = s + 3;
-                    for (Observation& o : sat.observations) {
-                        o.type = 'C';
-                        o.band = char(code[0]);
-                        o.attribute = char(code[1]);
-                        o.value = load<double>(code + 2);
-                        o.lli = 0;
-                        code += 10;
-                    }
+                if (size_t(end - s) < 3 + 10 * codes) return true;
+                SatelliteObservations& sat = epoch.satellites[i];
+                sat.system = char(s[0]);
+                sat.number = s[1];
+                sat.observations.resize(codes);
+                const uint8_t* code = s + 3;
+                for (Observation& o : sat.observations) {
+                    o.type = 'C';
+                    o.band = char(code[0]);
+                    o.attribute = char(code[1]);
+                    o.value = load<double>(code + 2);
+                    o.lli = 0;
+                    code += 10;
                 }
-                in.skip(3 + 10 * codes);
+                s = code;
             }
+            in.skip(codesSize);
         }
-        if (half == Half::Both) check_->replayEpoch(epoch);
-        if (half == Half::Elevations) check_->replayElevations(t);
-        for (size_t i = 0; i < epoch.satelliteCount; ++i) {
-            const uint8_t* p = in.peek(3);
-            if (!p) return true;
-            const size_t count = p[2];
-            if (!(p = in.peek(3 + count))) return true;
-            size_t strengthCount = 0;
-            for (size_t k = 0; k < count; ++k)
-                strengthCount += (p[3 + k] & kStrengthFollows) != 0;
-            const size_t size = 3 + count + 4 * strengthCount;
-            if (elevations) {
-                if (!(p = in.peek(size))) return true;
-                double strengths[64];
-                for (size_t k = 0; k < strengthCount && k < 64; ++k)
-                    strengths[k] = fixedThreeDecimals(load<uint32_t>(p + 3 + count + 4 * k), false);
-                check_->replaySatellite(p[0], p[1], t, p + 3, int(count), strengths);
-            } else if (!in.peek(size)) {
-                return true;
-            }
-            in.skip(size);
-        }
-        if (half == Half::Both) check_->replayEpochEnd(epoch);
-        if (half == Half::Positions) check_->replayPositions(epoch);
+        check_->replayPositions(epoch, (head[12] & kWindowStart) != 0);
         if (stopping_.load(std::memory_order_relaxed)) return true;
     }
     return false;

@@ -5,14 +5,15 @@
 // navigation data (span, counts, strengths, slips, multipath) is computed as the records are
 // written, with the header's observation types, interval and GLONASS channels as the writer
 // announces them. Elevations, completeness, plots and positions need every navigation record
-// before the first epoch, complete only when the files are closed: for them each epoch leaves
-// a compact record in a temporary file (its satellites, their signals and strengths, and the
-// codes of the epochs that are positioned; memory stays flat), replayed once the files are
-// closed; when the header gives the receiver's position, the positions and the elevations of
-// that pass run on two threads at once. When the written header contradicts what the first
-// pass assumed (a rare stream, e.g. one whose interval is not its first step), the check
-// reads the written observation file instead. The report equals the one of checkFiles on
-// the written files.
+// before the first epoch, complete only when the files are closed: for them the first pass
+// keeps compact records in a temporary file (memory stays flat): per epoch its time and
+// satellite count, and the codes of the epochs that are positioned; per visibility window
+// (the elevations change once a window) each satellite's signals summed. They are replayed
+// once the files are closed; when the header gives the receiver's position, the positions
+// and the elevations of that pass run on two threads at once. When the written header
+// contradicts what the first pass assumed (a rare stream, e.g. one whose interval is not its
+// first step), the check reads the written observation file instead. The report equals the
+// one of checkFiles on the written files.
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
@@ -64,6 +65,7 @@ private:
     // true at the end of the records.
     bool replayRecords(SpillReader& in, Half half, Epoch& epoch, size_t maxEpochs);
     void endSatellite();
+    void closeWindow();
     void emitPending();
     void eventText(const std::string& text);
     void problem(const char* what);
@@ -103,14 +105,19 @@ private:
     int satelliteSystem_ = 0, satelliteNumber_ = 0;
     uint64_t columnsUsed_ = 0;
     TrackedSatellite::Column columns_[64];
-    uint32_t strengths_[64] = {}; // thousandths of dB-Hz
     struct Code {
         char band, attribute;
     };
     Code codes_[8][64] = {};
     int columnCount_[8] = {};
-    // The epoch's second-pass record, written when the epoch ends.
-    std::vector<uint8_t> satelliteRecords_, positionRecords_;
+    // The epoch's codes for the second pass, written when the epoch ends.
+    std::vector<uint8_t> positionRecords_;
+    // The visibility window in progress: its start, its epochs so far, whether the epoch in
+    // progress starts it; and its record, written when the next one starts.
+    double windowStart_ = -1e30;
+    long windowEpochs_ = 0;
+    bool windowStarts_ = false;
+    std::vector<uint8_t> windowRecord_;
 
     // Second pass: the replay's reader, and the thread of the elevations half when the
     // halves run apart (QualityCheck::replayHalvesApart).

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <map>
 
 #include "gnss/geodesy.h"
@@ -48,10 +49,11 @@ struct SignalAccumulator {
     long observations = 0, aboveMask = 0;
     double cn0Sum = 0;
     long cn0Count = 0;
-    std::array<double, 18> binSum{};
+    // Strengths per 5° of elevation, summed in thousandths of dB-Hz: exact in any order, so
+    // that sums made window by window equal those made epoch by epoch.
+    std::array<int64_t, 18> binThousandths{};
     std::array<long, 18> binCount{};
     long stamp = -1; // satellite epoch that last counted this signal
-    long replayStamp = -1; // the same for the second pass of a conversion's check
 };
 
 struct SystemAccumulator {
@@ -136,6 +138,35 @@ void chooseBands(char letter, bool listed, HasPhase hasPhase, char bands[2]) {
 }
 
 constexpr int kTrackedColumns = 64;
+// Signals per system that the first pass can sum per visibility window.
+constexpr int kWindowSignals = 32;
+
+// What a satellite's signal gave within one visibility window (first pass).
+struct WindowSignal {
+    uint32_t epochs = 0;      // satellite epochs with the signal
+    uint32_t strengths = 0;   // of them with a strength in (0, 100) dB-Hz
+    uint64_t strengthSum = 0; // thousandths of dB-Hz
+};
+
+struct WindowSatellite {
+    double lastTime = 0;
+    uint32_t signalsUsed = 0; // bit k: signal[k] holds something
+    WindowSignal signal[kWindowSignals];
+};
+
+template <typename T>
+void appendBytes(std::vector<uint8_t>& out, const T& value) {
+    const size_t at = out.size();
+    out.resize(at + sizeof value);
+    std::memcpy(out.data() + at, &value, sizeof value);
+}
+
+template <typename T>
+T loadBytes(const uint8_t* p) {
+    T value;
+    std::memcpy(&value, p, sizeof value);
+    return value;
+}
 constexpr int kNoChannel = 1000;
 
 // A signal column of a system's satellite lines, as the writer announces it.
@@ -166,7 +197,6 @@ struct QualityCheck::State {
     SystemAccumulator systems[kSystemCount];
     SatelliteAccumulator satellites[kSystemCount][64];
     long satelliteEpochStamp = 0;
-    long replayEpochStamp = 0;
 
     // First pass of a conversion's check (trackSatellite): what it took from the writer.
     TrackedColumn trackedColumns[kSystemCount][kTrackedColumns];
@@ -180,9 +210,11 @@ struct QualityCheck::State {
     // The steps compared with trackedMaxStep: the largest found within, the smallest beyond.
     double largestWithin = -HUGE_VAL, smallestBeyond = HUGE_VAL;
     bool trackingBroken = false;
-    // Second pass: the fix of the epoch being replayed.
-    PositionFix replayFix;
-    bool replayHaveFix = false;
+    // First pass: per satellite and signal, the current visibility window's sums.
+    WindowSatellite window[kSystemCount][64];
+    uint64_t windowSatellites[kSystemCount] = {}; // bit n: window[s][n] holds something
+    // Second pass without the header's position: the fix at the start of the window.
+    Vec3 windowReceiver{};
 
     // Span.
     long epochs = 0;
@@ -273,20 +305,20 @@ struct QualityCheck::State {
         return Vec3{};
     }
 
-    void updateVisibility(double t) {
+    // The elevations of a visibility window that starts at t, seen from receiver (none
+    // without a position: the window then has no elevations).
+    void updateVisibility(double t, const Vec3& receiver) {
         if (!nav || navSatellites.empty()) return;
-        if (t - lastVisibility < kVisibilityStep && t >= lastVisibility) return;
-        const Vec3 receiver = receiverForVisibility();
-        if (receiver[0] == 0 && receiver[1] == 0 && receiver[2] == 0) return;
         lastVisibility = t;
-        const gnss::Geodetic g = gnss::geodeticOf(receiver);
-        const gnss::LocalFrame frame(g);
-        const double mask = options.elevationMask * gnss::kPi / 180.0;
         for (auto& system : systems)
             system.visibleNow = 0;
         for (auto& system : satellites)
             for (auto& sat : system)
                 sat.hasElevation = false;
+        if (receiver[0] == 0 && receiver[1] == 0 && receiver[2] == 0) return;
+        const gnss::Geodetic g = gnss::geodeticOf(receiver);
+        const gnss::LocalFrame frame(g);
+        const double mask = options.elevationMask * gnss::kPi / 180.0;
         for (const auto& [letter, number] : navSatellites) {
             const int s = systemIndex(letter);
             if (s >= kSystemCount || number < 1 || number > 63) continue;
@@ -378,7 +410,7 @@ struct QualityCheck::State {
                 sig.cn0Sum += o.value;
                 ++sig.cn0Count;
                 if (elevationBin >= 0) {
-                    sig.binSum[size_t(elevationBin)] += o.value;
+                    sig.binThousandths[size_t(elevationBin)] += std::llround(o.value * 1000.0);
                     ++sig.binCount[size_t(elevationBin)];
                 }
             }
@@ -632,7 +664,7 @@ struct QualityCheck::State {
     }
 
     void elevations(double t) {
-        updateVisibility(t);
+        if (QualityCheck::startsVisibilityWindow(t, lastVisibility)) updateVisibility(t, receiverForVisibility());
         for (auto& system : systems)
             system.expected += system.visibleNow;
     }
@@ -671,6 +703,9 @@ struct QualityCheck::State {
         ++satelliteEpochStamp;
         const bool newArc = sat.lastTime < 0 || t <= sat.lastTime || beyondTrackedStep(t - sat.lastTime);
         startSatellite(sat, t, newArc);
+        WindowSatellite& window = this->window[s][in.number];
+        windowSatellites[s] |= uint64_t(1) << in.number;
+        window.lastTime = t;
 
         // The fields come in the order of the record's observations: column by column, and
         // code, phase, Doppler, strength within a column.
@@ -696,15 +731,21 @@ struct QualityCheck::State {
                     system.signal.emplace_back();
                 }
                 column.signal = si;
+                if (si >= kWindowSignals) trackingBroken = true; // beyond the window sums
             }
             SignalAccumulator& sig = system.signal[size_t(column.signal)];
+            WindowSignal& windowSignal = window.signal[column.signal & (kWindowSignals - 1)];
             if (sig.stamp != satelliteEpochStamp) {
                 sig.stamp = satelliteEpochStamp;
                 ++sig.observations;
+                ++windowSignal.epochs;
+                window.signalsUsed |= uint32_t(1) << (column.signal & (kWindowSignals - 1));
             }
             if ((fields & 8) && values.value[3] > 0 && values.value[3] < 100) {
                 sig.cn0Sum += values.value[3];
                 ++sig.cn0Count;
+                ++windowSignal.strengths;
+                windowSignal.strengthSum += values.strength;
             }
             if ((fields & 2) && values.value[1] != 0) {
                 anyPhase = true;
@@ -735,33 +776,68 @@ struct QualityCheck::State {
         arcs(sat, system, kSystemLetters[s], in.number, t, newArc, lossOfLock, anyPhase, false, phase, code, true);
     }
 
-    // The elevation part of addSatellite.
-    void replaySatellite(int s, int number, double t, const uint8_t* columns, int count, const double* strengths) {
-        if (s < 0 || s >= kSystemCount || number < 1 || number > 63) return;
-        SystemAccumulator& system = systems[s];
-        SatelliteAccumulator& sat = satellites[s][number];
-        ++replayEpochStamp;
-        const bool aboveMask = sat.hasElevation && sat.elevation >= options.elevationMask * gnss::kPi / 180.0;
-        const int elevationBin =
-            sat.hasElevation && sat.elevation >= 0 ? std::min(17, int(sat.elevation * 180 / gnss::kPi / 5)) : -1;
-        for (int i = 0; i < count; ++i) {
-            const bool strength = (columns[i] & 0x80) != 0;
-            const int c = columns[i] & 0x7F;
-            const double value = strength ? *strengths++ : 0;
-            const int si = c < kTrackedColumns ? trackedColumns[s][c].signal : -1;
-            if (si < 0) continue;
-            SignalAccumulator& sig = system.signal[size_t(si)];
-            if (sig.replayStamp != replayEpochStamp) {
-                sig.replayStamp = replayEpochStamp;
-                if (aboveMask) ++sig.aboveMask;
+    // The first pass's sums of the window, as bytes: per satellite its system index, number,
+    // last time (double) and signal count, then per signal its index, epochs and strength
+    // count (uint32) and strength sum (uint64, thousandths). The sums start again.
+    void closeWindow(std::vector<uint8_t>& out) {
+        for (int s = 0; s < kSystemCount; ++s) {
+            for (uint64_t left = windowSatellites[s]; left != 0; left &= left - 1) {
+                const int n = __builtin_ctzll(left);
+                WindowSatellite& w = window[s][n];
+                out.push_back(uint8_t(s));
+                out.push_back(uint8_t(n));
+                appendBytes(out, w.lastTime);
+                out.push_back(uint8_t(__builtin_popcount(w.signalsUsed)));
+                for (uint32_t used = w.signalsUsed; used != 0; used &= used - 1) {
+                    const int k = __builtin_ctz(used);
+                    WindowSignal& signal = w.signal[k];
+                    out.push_back(uint8_t(k));
+                    appendBytes(out, signal.epochs);
+                    appendBytes(out, signal.strengths);
+                    appendBytes(out, signal.strengthSum);
+                    signal = WindowSignal{};
+                }
+                w.signalsUsed = 0;
             }
-            if (strength && elevationBin >= 0) {
-                sig.binSum[size_t(elevationBin)] += value;
-                ++sig.binCount[size_t(elevationBin)];
-            }
+            windowSatellites[s] = 0;
         }
-        sat.skySeen = true;
-        sat.skyLastTime = t;
+    }
+
+    // The elevation part of addSatellite for a whole window's sums (closeWindow's bytes), after
+    // updateVisibility at its start. False when the bytes end early.
+    bool replayWindow(const uint8_t* p, size_t size) {
+        const uint8_t* const end = p + size;
+        const double mask = options.elevationMask * gnss::kPi / 180.0;
+        while (p != end) {
+            if (end - p < 11) return false;
+            const int s = p[0], number = p[1];
+            const double lastTime = loadBytes<double>(p + 2);
+            const int count = p[10];
+            p += 11;
+            if (size_t(end - p) < size_t(count) * 17) return false;
+            if (s >= kSystemCount || number < 1 || number > 63) {
+                p += size_t(count) * 17;
+                continue;
+            }
+            SystemAccumulator& system = systems[s];
+            SatelliteAccumulator& sat = satellites[s][number];
+            const bool aboveMask = sat.hasElevation && sat.elevation >= mask;
+            const int elevationBin =
+                sat.hasElevation && sat.elevation >= 0 ? std::min(17, int(sat.elevation * 180 / gnss::kPi / 5)) : -1;
+            for (int i = 0; i < count; ++i, p += 17) {
+                const size_t k = p[0];
+                if (k >= system.signal.size()) continue;
+                SignalAccumulator& sig = system.signal[k];
+                if (aboveMask) sig.aboveMask += loadBytes<uint32_t>(p + 1);
+                if (elevationBin >= 0) {
+                    sig.binThousandths[size_t(elevationBin)] += int64_t(loadBytes<uint64_t>(p + 9));
+                    sig.binCount[size_t(elevationBin)] += loadBytes<uint32_t>(p + 5);
+                }
+            }
+            sat.skySeen = true;
+            sat.skyLastTime = lastTime;
+        }
+        return true;
     }
 };
 
@@ -946,24 +1022,12 @@ bool QualityCheck::endTracking() {
     return true;
 }
 
-int QualityCheck::trackedSignal(int system, int column) const {
-    if (system < 0 || system >= kSystemCount || column < 0 || column >= kTrackedColumns) return -1;
-    return s_->trackedColumns[system][column].signal;
+bool QualityCheck::startsVisibilityWindow(double time, double windowStart) {
+    return !(time - windowStart < kVisibilityStep && time >= windowStart);
 }
 
-void QualityCheck::replayEpoch(const Epoch& epoch) {
-    s_->replayHaveFix = s_->locate(epoch, s_->replayFix);
-}
-
-void QualityCheck::replaySatellite(int system, int number, double time, const uint8_t* columns, int count,
-                                   const double* strengths) {
-    s_->replaySatellite(system, number, time, columns, count, strengths);
-}
-
-void QualityCheck::replayEpochEnd(const Epoch& epoch) {
-    State& s = *s_;
-    s.occupationEpoch(epoch, s.replayHaveFix ? &s.replayFix : nullptr);
-    s.sample(epoch, s.replayHaveFix ? &s.replayFix : nullptr);
+void QualityCheck::closeTrackedWindow(std::vector<uint8_t>& out) {
+    s_->closeWindow(out);
 }
 
 bool QualityCheck::replayHalvesApart() const {
@@ -971,16 +1035,22 @@ bool QualityCheck::replayHalvesApart() const {
     return s_->positioning && s_->elevationsNeedNoFix();
 }
 
-void QualityCheck::replayPositions(const Epoch& epoch) {
+void QualityCheck::replayPositions(const Epoch& epoch, bool windowStart) {
     State& s = *s_;
     PositionFix fix;
     const bool haveFix = s.position(epoch, fix);
+    // Without the header's position the window's elevations are seen from this fix.
+    if (windowStart && !s.elevationsNeedNoFix()) s.windowReceiver = s.receiverForVisibility();
     s.occupationEpoch(epoch, haveFix ? &fix : nullptr);
     s.sample(epoch, haveFix ? &fix : nullptr);
 }
 
-void QualityCheck::replayElevations(double time) {
-    s_->elevations(time);
+bool QualityCheck::replayWindow(double start, long epochs, const uint8_t* satellites, size_t size) {
+    State& s = *s_;
+    s.updateVisibility(start, s.elevationsNeedNoFix() ? s.header.approxPosition : s.windowReceiver);
+    for (auto& system : s.systems)
+        system.expected += system.visibleNow * epochs;
+    return s.replayWindow(satellites, size);
 }
 
 void QualityCheck::replayEvent(const Epoch& epoch) {
@@ -1052,7 +1122,7 @@ Report QualityCheck::finish() {
                 bool any = false;
                 for (size_t b = 0; b < 18; ++b) {
                     curve.count[b] = a.binCount[b];
-                    curve.mean[b] = a.binCount[b] ? a.binSum[b] / double(a.binCount[b]) : 0;
+                    curve.mean[b] = a.binCount[b] ? double(a.binThousandths[b]) / 1000.0 / double(a.binCount[b]) : 0;
                     any = any || a.binCount[b] > 0;
                 }
                 if (any) r.cn0Curves.push_back(curve);

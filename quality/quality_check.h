@@ -31,9 +31,10 @@ struct Options {
 // (code, phase, Doppler, strength) per signal column of the system.
 struct TrackedSatellite {
     struct Column {
-        uint8_t fields = 0;   // bit k: field k holds a value
-        uint8_t lli = 0;      // bit k: its loss-of-lock digit is 1
-        double value[4] = {}; // the Doppler's is not kept
+        uint8_t fields = 0;    // bit k: field k holds a value
+        uint8_t lli = 0;       // bit k: its loss-of-lock digit is 1
+        double value[4] = {};  // the Doppler's is not kept
+        uint32_t strength = 0; // value[3] in thousandths
     };
     int system = 0; // systemIndex
     int number = 0;
@@ -68,27 +69,26 @@ public:
     // After setHeader: false when the header contradicts what the first pass assumed (the
     // check must then start again from the file).
     bool endTracking();
-    // The signal index of a system's column for the second pass, -1 when it counts nowhere.
-    int trackedSignal(int system, int column) const;
-    // The second pass, after setNavigation, in the order of the records: an observation
-    // epoch (its time and satellite count; its satellites' code observations when positioned),
-    // then each satellite's signals (column indices) and its strengths in (0, 100) dB-Hz for
-    // the columns flagged 0x80, then the epoch's end; or an event record.
-    void replayEpoch(const Epoch& epoch);
-    void replaySatellite(int system, int number, double time, const uint8_t* columns, int count,
-                         const double* strengths);
-    void replayEpochEnd(const Epoch& epoch);
-    void replayEvent(const Epoch& epoch);
-    // The second pass in two halves that share no state, so that two threads can run them:
-    // the positions half (replayPositions for each observation epoch, replayEvent for each
-    // event record: positions, occupations, plot samples) and the elevations half
-    // (replayElevations for each observation epoch before its replaySatellite calls:
-    // elevations, completeness, strength bins, sky plot). Only with navigation data and when
-    // the elevations need no fix, i.e. the header gives the receiver's position; the report
-    // is the same as from the records in one run.
+    // The elevations are updated once per visibility window: an epoch starts a new one at
+    // least 30 s after the start of the last (or before it).
+    static bool startsVisibilityWindow(double time, double windowStart);
+    // The first pass's sums of each satellite's signals since the window began (bytes for
+    // replayWindow); the sums start again.
+    void closeTrackedWindow(std::vector<uint8_t>& out);
+    // The second pass, after setNavigation, in the order of the records, in two halves that
+    // share no state: the positions half (replayPositions for each observation epoch, its
+    // satellites' code observations given when it is positioned; replayEvent for each event
+    // record: positions, occupations, plot samples) and the elevations half (replayWindow for
+    // each window's sums: elevations, completeness, strength bins, sky plot). When the
+    // elevations need no fix (the header gives the receiver's position: replayHalvesApart)
+    // two threads may run them; otherwise one runs both in the records' order, each window
+    // after its epochs (the fix of the epoch flagged windowStart is the window's receiver).
+    // The report is the same as from addEpoch.
     bool replayHalvesApart() const;
-    void replayPositions(const Epoch& epoch);
-    void replayElevations(double time);
+    void replayPositions(const Epoch& epoch, bool windowStart);
+    void replayEvent(const Epoch& epoch);
+    // False when the sums' bytes end early.
+    bool replayWindow(double start, long epochs, const uint8_t* sums, size_t size);
 
 private:
     struct State;
