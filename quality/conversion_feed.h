@@ -29,9 +29,17 @@
 
 namespace quality {
 
+class RecordSpill;
+
 class ConversionFeed : public rinex::EpochObserver {
 public:
-    explicit ConversionFeed(Options options = {});
+    // The systems whose lines the output thread takes (its formatting side) unless told
+    // otherwise: GPS and Galileo, about half the lines of a receiver of every system, so that
+    // the check's first pass is shared between the writer's two threads.
+    static constexpr uint32_t kFormattedByDefault = (1u << ('G' - 'A')) | (1u << ('E' - 'A'));
+
+    // formattedSystems: a bit per system letter from 'A'.
+    explicit ConversionFeed(Options options = {}, uint32_t formattedSystems = kFormattedByDefault);
     ~ConversionFeed() override;
     ConversionFeed(const ConversionFeed&) = delete;
     ConversionFeed& operator=(const ConversionFeed&) = delete;
@@ -41,6 +49,9 @@ public:
     void eventLine(const char* text, int length) override;
     void signalColumn(char system, int column, char band, char attribute) override;
     void glonassChannel(int slot, int channel) override;
+    EpochObserver* formattingSide() override;
+    uint32_t formattedSystems() const override { return formattedSystems_; }
+    void satelliteElsewhere(char system, int number) override;
 
     // Once the writer has closed its files, before any is compressed or renamed: reads the
     // observation file's header and the navigation files among files (as
@@ -57,29 +68,24 @@ public:
     bool readTheFile() const { return readTheFile_; }
 
 private:
-    class SpillReader;
+    class Lines;
+    class Side;
     enum class Half { Both, Positions, Elevations };
-    void put(const void* data, size_t size);
-    bool flush();
-    // Feeds up to maxEpochs records of the spill to the half's side of the second pass;
-    // true at the end of the records.
-    bool replayRecords(SpillReader& in, Half half, Epoch& epoch, size_t maxEpochs);
-    void endSatellite();
-    void closeWindow();
+    struct Readers;
+    // Feeds up to maxEpochs records to the half's side of the second pass; true at the end of
+    // the records.
+    bool replayRecords(Readers& in, Half half, Epoch& epoch, size_t maxEpochs);
     void emitPending();
     void eventText(const std::string& text);
     void problem(const char* what);
+    // The checks of a satellite line a reader makes; true when its values count.
+    bool satelliteLineCounts(char system, int number);
 
     Options options_;
+    uint32_t formattedSystems_;
     std::unique_ptr<QualityCheck> check_;
     Navigation navigation_;
     std::string observationPath_;
-
-    // The second pass's records: a temporary file written in blocks.
-    std::FILE* spill_ = nullptr;
-    std::vector<uint8_t> block_;
-    size_t blockUsed_ = 0;
-    bool spillFailed_ = false;
     long records_ = 0;
 
     // The first pass follows the records as a reader of the written file would: what it
@@ -87,41 +93,20 @@ private:
     Epoch epoch_;              // the record in progress (time, flag, satellites kept, event lines)
     bool pending_ = false;     // epoch_ holds a record not yet ended
     bool skipEpoch_ = false;   // a record the reader would skip
-    bool skipSatellite_ = false;
     double lastTime_ = 0;
     long lineNumber_ = 0; // lines after the header
     std::vector<std::pair<long, const char*>> problems_;
     size_t problemCount_ = 0;
     std::string eventText_;
     int eventLinesLeft_ = 0;
-    // The header's interval, as the writer finds it.
-    int64_t lastMilliseconds_ = 0, intervalMilliseconds_ = 0;
-    // Positioned epochs, on the check's schedule.
-    double lastPositioned_ = -1e30;
-    bool positioned_ = false;
-    // The satellite line in progress, when it belongs to an observation epoch.
-    bool satelliteOpen_ = false;
-    char satelliteLetter_ = 0;
-    int satelliteSystem_ = 0, satelliteNumber_ = 0;
-    uint64_t columnsUsed_ = 0;
-    TrackedSatellite::Column columns_[64];
-    struct Code {
-        char band, attribute;
-    };
-    Code codes_[8][64] = {};
-    int columnCount_[8] = {};
-    // The epoch's codes for the second pass, written when the epoch ends.
-    std::vector<uint8_t> positionRecords_;
-    // The visibility window in progress: its start, its epochs so far, whether the epoch in
-    // progress starts it; and its record, written when the next one starts.
-    double windowStart_ = -1e30;
-    long windowEpochs_ = 0;
-    bool windowStarts_ = false;
-    std::vector<uint8_t> windowRecord_;
+    // The satellite lines told on this thread, and those of the formatting side.
+    std::unique_ptr<Lines> lines_;
+    std::unique_ptr<Side> side_;
+    bool sideUsed_ = false;
 
-    // Second pass: the replay's reader, and the thread of the elevations half when the
+    // Second pass: the records' readers, and the thread of the elevations half when the
     // halves run apart (QualityCheck::replayHalvesApart).
-    std::unique_ptr<SpillReader> reader_;
+    std::unique_ptr<Readers> readers_;
     Half half_ = Half::Both;
     std::thread elevations_;
     std::atomic<bool> stopping_{false};

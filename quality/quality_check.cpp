@@ -66,6 +66,11 @@ struct SystemAccumulator {
     long expected = 0;
     int visibleNow = 0;
     long slips = 0, phaseEpochs = 0;
+    long satelliteEpochStamp = 0; // satellite epochs so far (SignalAccumulator::stamp)
+    // First pass: whether a line was tracked; bit n: satellite n has window sums. Here, not
+    // in arrays of their own: two trackers write the systems' fields side by side.
+    bool tracked = false;
+    uint64_t windowSatellites = 0;
     char bands[2] = {0, 0};
     double mpSumSq[2] = {0, 0};
     long mpCount[2] = {0, 0};
@@ -196,23 +201,25 @@ struct QualityCheck::State {
 
     SystemAccumulator systems[kSystemCount];
     SatelliteAccumulator satellites[kSystemCount][64];
-    long satelliteEpochStamp = 0;
 
     // First pass of a conversion's check (trackSatellite): what it took from the writer.
     TrackedColumn trackedColumns[kSystemCount][kTrackedColumns];
     int trackedColumnCount[kSystemCount] = {};
     long trackedFieldCounts[kSystemCount][4 * kTrackedColumns] = {};
-    bool systemTracked[kSystemCount] = {};
     char trackedBands[kSystemCount][2] = {};
     int trackedChannel[64];   // the writer's channel of each GLONASS slot so far
     int usedChannel[64];      // the channel a slot's frequencies were computed with
-    double trackedMaxStep = 0; // 1.5 times the writer's interval so far
-    // The steps compared with trackedMaxStep: the largest found within, the smallest beyond.
-    double largestWithin = -HUGE_VAL, smallestBeyond = HUGE_VAL;
-    bool trackingBroken = false;
+    // What each tracker (QualityCheck::kTrackers) found: the writer's interval so far, the
+    // steps compared with it, whether the records can be followed.
+    struct alignas(64) Tracking { // a cache line each: two threads write them
+        double maxStep = 0; // 1.5 times the writer's interval so far
+        // The steps compared with maxStep: the largest found within, the smallest beyond.
+        double largestWithin = -HUGE_VAL, smallestBeyond = HUGE_VAL;
+        bool broken = false;
+    };
+    Tracking tracking[QualityCheck::kTrackers];
     // First pass: per satellite and signal, the current visibility window's sums.
     WindowSatellite window[kSystemCount][64];
-    uint64_t windowSatellites[kSystemCount] = {}; // bit n: window[s][n] holds something
     // Second pass without the header's position: the fix at the start of the window.
     Vec3 windowReceiver{};
 
@@ -371,7 +378,7 @@ struct QualityCheck::State {
         if (s >= kSystemCount || obs.number < 1 || obs.number > 63) return;
         SystemAccumulator& system = systems[s];
         SatelliteAccumulator& sat = satellites[s][obs.number];
-        ++satelliteEpochStamp;
+        const long stamp = ++system.satelliteEpochStamp;
         const double maxStep = 1.5 * currentInterval();
         const bool newArc = sat.lastTime < 0 || t - sat.lastTime > maxStep || t <= sat.lastTime;
         const bool aboveMask = sat.hasElevation && sat.elevation >= options.elevationMask * gnss::kPi / 180.0;
@@ -401,8 +408,8 @@ struct QualityCheck::State {
                 system.signal.emplace_back();
             }
             SignalAccumulator& sig = system.signal[size_t(si)];
-            if (sig.stamp != satelliteEpochStamp) {
-                sig.stamp = satelliteEpochStamp;
+            if (sig.stamp != stamp) {
+                sig.stamp = stamp;
                 ++sig.observations;
                 if (aboveMask) ++sig.aboveMask;
             }
@@ -430,7 +437,7 @@ struct QualityCheck::State {
                     (!code[f] || (o.attribute == phase[f]->attribute && code[f]->attribute != phase[f]->attribute)))
                     code[f] = &o;
         }
-        arcs(sat, system, obs.system, obs.number, t, newArc, lossOfLock, anyPhase, slipFlagged, phase, code, false);
+        arcs(sat, system, obs.system, obs.number, t, newArc, lossOfLock, anyPhase, slipFlagged, phase, code, nullptr);
         sat.skySeen = true;
         sat.skyLastTime = t;
     }
@@ -450,18 +457,19 @@ struct QualityCheck::State {
     }
 
     // The channel of a GLONASS slot in the first pass: the writer's, remembered for endTracking.
-    int trackedGlonassChannel(int number) {
+    int trackedGlonassChannel(int number, Tracking& tracker) {
         const int channel = trackedChannel[number];
         if (channel == kNoChannel || (usedChannel[number] != kNoChannel && usedChannel[number] != channel))
-            trackingBroken = true;
+            tracker.broken = true;
         usedChannel[number] = channel;
         return channel == kNoChannel ? 99 : channel;
     }
 
-    // Slips and multipath of a satellite epoch from its selected phases and codes.
+    // Slips and multipath of a satellite epoch from its selected phases and codes; a
+    // tracker's (first pass) GLONASS channels are the writer's.
     void arcs(SatelliteAccumulator& sat, SystemAccumulator& system, char letter, int number, double t, bool newArc,
               bool lossOfLock, bool anyPhase, bool slipFlagged, const Observation* const phase[2],
-              const Observation* const code[2], bool tracking) {
+              const Observation* const code[2], Tracking* tracker) {
         if (anyPhase) {
             ++sat.phaseEpochs;
             ++system.phaseEpochs;
@@ -473,7 +481,8 @@ struct QualityCheck::State {
         double gf = 0, nw = 0, fa = 0, fb = 0, la = 0, lb = 0;
         const bool dual = phase[0] && phase[1];
         if (dual) {
-            const int channel = letter != 'R' ? 0 : tracking ? trackedGlonassChannel(number) : glonassChannel(number, t);
+            const int channel =
+                letter != 'R' ? 0 : tracker ? trackedGlonassChannel(number, *tracker) : glonassChannel(number, t);
             fa = carrierFrequency(letter, phase[0]->band, phase[0]->attribute, channel);
             fb = carrierFrequency(letter, phase[1]->band, phase[1]->attribute, channel);
         }
@@ -670,12 +679,12 @@ struct QualityCheck::State {
     }
 
     // First pass: a step compared with the writer's interval so far.
-    bool beyondTrackedStep(double step) {
-        if (step > trackedMaxStep) {
-            smallestBeyond = std::min(smallestBeyond, step);
+    static bool beyondTrackedStep(double step, Tracking& tracker) {
+        if (step > tracker.maxStep) {
+            tracker.smallestBeyond = std::min(tracker.smallestBeyond, step);
             return true;
         }
-        largestWithin = std::max(largestWithin, step);
+        tracker.largestWithin = std::max(tracker.largestWithin, step);
         return false;
     }
 
@@ -684,7 +693,7 @@ struct QualityCheck::State {
             first = last = t;
         } else {
             const double step = t - last;
-            if (step > 0 && beyondTrackedStep(step)) {
+            if (step > 0 && beyondTrackedStep(step, tracking[0])) {
                 ++gapCount;
                 if (gaps.size() < 1000) gaps.push_back({last, t, 0}); // missing epochs: endTracking
             }
@@ -694,17 +703,17 @@ struct QualityCheck::State {
     }
 
     // addSatellite without elevations, from the fields of a satellite line.
-    void trackSatellite(const TrackedSatellite& in, double t) {
+    void trackSatellite(const TrackedSatellite& in, double t, Tracking& tracker) {
         const int s = in.system;
         if (s < 0 || s >= kSystemCount || in.number < 1 || in.number > 63) return;
         SystemAccumulator& system = systems[s];
         SatelliteAccumulator& sat = satellites[s][in.number];
-        systemTracked[s] = true;
-        ++satelliteEpochStamp;
-        const bool newArc = sat.lastTime < 0 || t <= sat.lastTime || beyondTrackedStep(t - sat.lastTime);
+        system.tracked = true;
+        const long stamp = ++system.satelliteEpochStamp;
+        const bool newArc = sat.lastTime < 0 || t <= sat.lastTime || beyondTrackedStep(t - sat.lastTime, tracker);
         startSatellite(sat, t, newArc);
         WindowSatellite& window = this->window[s][in.number];
-        windowSatellites[s] |= uint64_t(1) << in.number;
+        system.windowSatellites |= uint64_t(1) << in.number;
         window.lastTime = t;
 
         // The fields come in the order of the record's observations: column by column, and
@@ -731,12 +740,12 @@ struct QualityCheck::State {
                     system.signal.emplace_back();
                 }
                 column.signal = si;
-                if (si >= kWindowSignals) trackingBroken = true; // beyond the window sums
+                if (si >= kWindowSignals) tracker.broken = true; // beyond the window sums
             }
             SignalAccumulator& sig = system.signal[size_t(column.signal)];
             WindowSignal& windowSignal = window.signal[column.signal & (kWindowSignals - 1)];
-            if (sig.stamp != satelliteEpochStamp) {
-                sig.stamp = satelliteEpochStamp;
+            if (sig.stamp != stamp) {
+                sig.stamp = stamp;
                 ++sig.observations;
                 ++windowSignal.epochs;
                 window.signalsUsed |= uint32_t(1) << (column.signal & (kWindowSignals - 1));
@@ -773,15 +782,16 @@ struct QualityCheck::State {
                 }
             }
         }
-        arcs(sat, system, kSystemLetters[s], in.number, t, newArc, lossOfLock, anyPhase, false, phase, code, true);
+        arcs(sat, system, kSystemLetters[s], in.number, t, newArc, lossOfLock, anyPhase, false, phase, code, &tracker);
     }
 
     // The first pass's sums of the window, as bytes: per satellite its system index, number,
     // last time (double) and signal count, then per signal its index, epochs and strength
     // count (uint32) and strength sum (uint64, thousandths). The sums start again.
-    void closeWindow(std::vector<uint8_t>& out) {
+    void closeWindow(std::vector<uint8_t>& out, uint32_t systemMask) {
         for (int s = 0; s < kSystemCount; ++s) {
-            for (uint64_t left = windowSatellites[s]; left != 0; left &= left - 1) {
+            if (!(systemMask >> s & 1)) continue;
+            for (uint64_t left = systems[s].windowSatellites; left != 0; left &= left - 1) {
                 const int n = __builtin_ctzll(left);
                 WindowSatellite& w = window[s][n];
                 out.push_back(uint8_t(s));
@@ -799,7 +809,7 @@ struct QualityCheck::State {
                 }
                 w.signalsUsed = 0;
             }
-            windowSatellites[s] = 0;
+            systems[s].windowSatellites = 0;
         }
     }
 
@@ -918,16 +928,17 @@ void QualityCheck::addEpoch(const Epoch& epoch) {
     s.sample(epoch, haveFix ? &fix : nullptr);
 }
 
-void QualityCheck::trackColumn(int system, int column, char band, char attribute) {
+void QualityCheck::trackColumn(int system, int column, char band, char attribute, int tracker) {
     State& s = *s_;
     if (system < 0 || system >= kSystemCount) return; // satellites the check skips
+    bool& broken = s.tracking[tracker].broken;
     if (column < 0 || column >= kTrackedColumns || column > s.trackedColumnCount[system]) {
-        s.trackingBroken = true;
+        broken = true;
         return;
     }
     TrackedColumn& c = s.trackedColumns[system][column];
     if (column < s.trackedColumnCount[system]) {
-        if (c.band != band || c.attribute != attribute) s.trackingBroken = true;
+        if (c.band != band || c.attribute != attribute) broken = true;
         return;
     }
     c.band = band;
@@ -946,7 +957,7 @@ void QualityCheck::trackColumn(int system, int column, char band, char attribute
                 bands);
     char* tracked = s.trackedBands[system];
     if (bands[0] != tracked[0] || bands[1] != tracked[1]) {
-        if (s.systemTracked[system]) s.trackingBroken = true;
+        if (s.systems[system].tracked) broken = true;
         tracked[0] = s.systems[system].bands[0] = bands[0];
         tracked[1] = s.systems[system].bands[1] = bands[1];
     }
@@ -956,31 +967,32 @@ void QualityCheck::trackGlonassChannel(int slot, int channel) {
     if (slot >= 1 && slot <= 63) s_->trackedChannel[slot] = channel;
 }
 
-void QualityCheck::trackInterval(double seconds) {
-    s_->trackedMaxStep = 1.5 * seconds;
+void QualityCheck::trackInterval(double seconds, int tracker) {
+    s_->tracking[tracker].maxStep = 1.5 * seconds;
 }
 
 void QualityCheck::trackEpoch(double time) {
     s_->trackEpoch(time);
 }
 
-void QualityCheck::trackSatellite(const TrackedSatellite& satellite, double time) {
-    s_->trackSatellite(satellite, time);
+void QualityCheck::trackSatellite(const TrackedSatellite& satellite, double time, int tracker) {
+    s_->trackSatellite(satellite, time, s_->tracking[tracker]);
 }
 
-void QualityCheck::trackingFailed() {
-    s_->trackingBroken = true;
+void QualityCheck::trackingFailed(int tracker) {
+    s_->tracking[tracker].broken = true;
 }
 
 bool QualityCheck::endTracking() {
     State& s = *s_;
     // Without an interval in the header the check's interval follows the steps it meets.
-    if (s.trackingBroken || !s.intervalFixed || !(s.interval > 0)) return false;
+    if (!s.intervalFixed || !(s.interval > 0)) return false;
     const double maxStep = 1.5 * s.interval;
-    if (s.largestWithin > maxStep || !(s.smallestBeyond > maxStep)) return false;
+    for (const State::Tracking& t : s.tracking)
+        if (t.broken || t.largestWithin > maxStep || !(t.smallestBeyond > maxStep)) return false;
     static const char kTypes[] = "CLDS";
     for (int sys = 0; sys < kSystemCount; ++sys) {
-        if (!s.systemTracked[sys]) continue;
+        if (!s.systems[sys].tracked) continue;
         const auto types = s.header.obsTypes.find(kSystemLetters[sys]);
         const int count = s.trackedColumnCount[sys];
         if (types == s.header.obsTypes.end() || types->second.size() != size_t(4 * count)) return false;
@@ -1026,8 +1038,15 @@ bool QualityCheck::startsVisibilityWindow(double time, double windowStart) {
     return !(time - windowStart < kVisibilityStep && time >= windowStart);
 }
 
-void QualityCheck::closeTrackedWindow(std::vector<uint8_t>& out) {
-    s_->closeWindow(out);
+void QualityCheck::closeTrackedWindow(std::vector<uint8_t>& out, uint32_t systems) {
+    s_->closeWindow(out, systems);
+}
+
+uint32_t QualityCheck::trackedSystems(uint32_t letters) {
+    uint32_t systems = 0;
+    for (int s = 0; s < kSystemCount; ++s)
+        if (letters >> (kSystemLetters[s] - 'A') & 1) systems |= uint32_t(1) << s;
+    return systems;
 }
 
 bool QualityCheck::replayHalvesApart() const {
@@ -1051,6 +1070,10 @@ bool QualityCheck::replayWindow(double start, long epochs, const uint8_t* satell
     for (auto& system : s.systems)
         system.expected += system.visibleNow * epochs;
     return s.replayWindow(satellites, size);
+}
+
+bool QualityCheck::replayWindowSums(const uint8_t* sums, size_t size) {
+    return s_->replayWindow(sums, size);
 }
 
 void QualityCheck::replayEvent(const Epoch& epoch) {

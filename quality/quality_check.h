@@ -58,14 +58,16 @@ public:
     // The first pass follows the records as they are written and computes what needs no
     // navigation data: span, counts, strengths, slips, multipath. What it needs of the header
     // (observation types, interval, GLONASS channels) is taken from the writer as it goes and
-    // compared with the header by endTracking.
-    void trackColumn(int system, int column, char band, char attribute);
+    // compared with the header by endTracking. Two trackers may follow the records on two
+    // threads at once, each the satellites of its own systems (tracker 0 also the epochs).
+    static constexpr int kTrackers = 2;
+    void trackColumn(int system, int column, char band, char attribute, int tracker = 0);
     void trackGlonassChannel(int slot, int channel);
-    void trackInterval(double seconds);
+    void trackInterval(double seconds, int tracker = 0);
     void trackEpoch(double time);
-    void trackSatellite(const TrackedSatellite& satellite, double time);
+    void trackSatellite(const TrackedSatellite& satellite, double time, int tracker = 0);
     // Records the first pass cannot follow (e.g. a field of a column not announced).
-    void trackingFailed();
+    void trackingFailed(int tracker = 0);
     // After setHeader: false when the header contradicts what the first pass assumed (the
     // check must then start again from the file).
     bool endTracking();
@@ -73,8 +75,10 @@ public:
     // least 30 s after the start of the last (or before it).
     static bool startsVisibilityWindow(double time, double windowStart);
     // The first pass's sums of each satellite's signals since the window began (bytes for
-    // replayWindow); the sums start again.
-    void closeTrackedWindow(std::vector<uint8_t>& out);
+    // replayWindow), of the systems given (a bit per systemIndex); their sums start again.
+    void closeTrackedWindow(std::vector<uint8_t>& out, uint32_t systems);
+    // The bits of closeTrackedWindow of system letters given as a bit per letter from 'A'.
+    static uint32_t trackedSystems(uint32_t letters);
     // The second pass, after setNavigation, in the order of the records, in two halves that
     // share no state: the positions half (replayPositions for each observation epoch, its
     // satellites' code observations given when it is positioned; replayEvent for each event
@@ -87,8 +91,10 @@ public:
     bool replayHalvesApart() const;
     void replayPositions(const Epoch& epoch, bool windowStart);
     void replayEvent(const Epoch& epoch);
-    // False when the sums' bytes end early.
+    // False when the sums' bytes end early. A window's sums in more than one piece: the
+    // others by replayWindowSums after the first.
     bool replayWindow(double start, long epochs, const uint8_t* sums, size_t size);
+    bool replayWindowSums(const uint8_t* sums, size_t size);
 
 private:
     struct State;

@@ -4,7 +4,7 @@
 // written, so that a quality check can follow a conversion without reading its text back.
 // With an output thread, the decoding thread tells the observer each epoch as it hands the
 // epoch over (the calls and their order are the same), so that the observer's work does not
-// hold up the formatting. Plain C++: the observer side needs no Qt.
+// hold up the formatting; an observer may share its work with the output thread (below). Plain C++: the observer side needs no Qt.
 #include <cstdint>
 
 namespace rinex {
@@ -35,6 +35,17 @@ public:
     }
     // The frequency channel of a GLONASS slot as the header will list it (the last one told).
     virtual void glonassChannel(int slot, int channel) { (void)slot, (void)channel; }
+
+    // With an output thread the observer may take the satellite lines of some systems on that
+    // thread, as they are formatted, where their values are at hand anyway: the writer asks
+    // once, when it opens the files with the observer set. formattingSide() is then told,
+    // on the output thread, epoch() for every observation epoch and signalColumn(),
+    // glonassChannel() and satellite() for the lines of the systems formattedSystems() names
+    // (a bit per letter from 'A'), in order; this observer is told satelliteElsewhere() in
+    // place of each of those lines. No side by default.
+    virtual EpochObserver* formattingSide() { return nullptr; }
+    virtual uint32_t formattedSystems() const { return 0; }
+    virtual void satelliteElsewhere(char system, int number) { (void)system, (void)number; }
 };
 
 } // namespace rinex

@@ -110,15 +110,17 @@ double Rinex3xx::glonassBias(const char* code) const {
 int Rinex3xx::formatSatelliteLine(char* line, const EpochWorkArea::Entry* first,
                                   const EpochWorkArea::Entry* last) {
     // An observer is told here only when there is no output thread; with one, the decoding
-    // thread tells it (observeEpoch).
+    // thread tells it (observeEpoch), and the output thread its formatting side.
     if (observedWhileFormatted_ && epochObserver_)
-        return satelliteLine<true, true>(line, signalMap_, first, last);
-    return satelliteLine<true, false>(line, signalMap_, first, last);
+        return satelliteLine<true, true>(line, signalMap_, epochObserver_, first, last);
+    if (formattedSystem(first->system))
+        return satelliteLine<true, true>(line, signalMap_, formattingObserver_, first, last);
+    return satelliteLine<true, false>(line, signalMap_, nullptr, first, last);
 }
 
 template <bool Format, bool Observe>
-int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, const EpochWorkArea::Entry* first,
-                            const EpochWorkArea::Entry* last) {
+int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserver* observer,
+                            const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last) {
     // Look the system up once per satellite; a new system starts an empty column list.
     QList<SignalColumn>& columns = signalMap[first->system];
 
@@ -143,7 +145,7 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, const EpochWorkAre
         }
     }
 
-    rinex::EpochObserver* const observer = Observe ? epochObserver_ : nullptr;
+    if constexpr (!Observe) (void)observer;
     if constexpr (Observe) {
         // The observer learns the columns' signals before their first values.
         int& told = observedColumns_[uint8_t(first->system)];
@@ -262,7 +264,11 @@ void Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
     epochObserver_->epoch(gnss::gpsMilliseconds(epoch.week, epoch.milliseconds), epoch.satelliteCount());
     for (size_t begin = 0; begin < entries.size();) {
         const size_t end = epoch.satelliteEnd(begin);
-        satelliteLine<false, true>(nullptr, observedSignals_, entries.data() + begin, entries.data() + end);
+        if (formattedSystem(entries[begin].system))
+            epochObserver_->satelliteElsewhere(entries[begin].system, entries[begin].satellite);
+        else
+            satelliteLine<false, true>(nullptr, observedSignals_, epochObserver_, entries.data() + begin,
+                                       entries.data() + end);
         begin = end;
     }
 }
@@ -299,6 +305,7 @@ qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
     // observedWhileFormatted_ first: with an output thread the observer pointer belongs to the
     // decoding thread, which may set it at any time.
     if (observedWhileFormatted_ && epochObserver_) epochObserver_->epoch(t, satellites);
+    if (formattingObserver_) formattingObserver_->epoch(t, satellites);
 
     size_t begin = 0;
     while (begin < entries.size()) {

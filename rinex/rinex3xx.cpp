@@ -301,8 +301,27 @@ qint64 Rinex3xx::open(const QString& path) {
 
     open_ = true;
     observedWhileFormatted_ = !outputThread_;
+    formattingObserver_ = nullptr;
+    formattedSystems_ = 0;
+    if (outputThread_ && epochObserver_ && !rinex::isRinex2(version_)) {
+        formattingObserver_ = epochObserver_->formattingSide();
+        if (formattingObserver_) formattedSystems_ = epochObserver_->formattedSystems();
+    }
     if (outputThread_) startOutputThread();
     return total;
+}
+
+void Rinex3xx::setEpochObserver(rinex::EpochObserver* observer) {
+    // The output thread may be telling the old observer's side: it finishes first, and the
+    // new observer hears every line on this thread.
+    if (formattingObserver_) {
+        if (pipeline_) pipeline_->drain();
+        formattingObserver_ = nullptr;
+        formattedSystems_ = 0;
+    }
+    epochObserver_ = observer;
+    std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
+    observedSignalsCurrent_ = false;
 }
 
 void Rinex3xx::close() {

@@ -145,12 +145,9 @@ public:
     // or by cross-correlation. On by default, as 2.11 asks.
     bool setAntiSpoofingFlag(bool flag);
     // Told every observation record as it is written (not owned; nullptr: none). Unlike the
-    // setters it may be set while the files are open.
-    void setEpochObserver(rinex::EpochObserver* observer) {
-        epochObserver_ = observer;
-        std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
-        observedSignalsCurrent_ = false;
-    }
+    // setters it may be set while the files are open (the observer then hears every line on
+    // the decoding thread: its formatting side, rinex/epoch_observer.h, only from an open).
+    void setEpochObserver(rinex::EpochObserver* observer);
     // Also handed the observation file's body as it is written (not owned; nullptr: none),
     // RINEX 3 and 4 only. Set before open.
     bool setObservationBodySink(rinex::ObservationBodySink* sink);
@@ -212,7 +209,8 @@ private:
     // observer, both from the same steps (without Observe the line costs no more than it did
     // before there was an observer). signalMap: the columns, extended by new signals.
     template <bool Format, bool Observe>
-    int satelliteLine(char* line, SignalMap& signalMap, const EpochWorkArea::Entry* first,
+    int satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserver* observer,
+                      const EpochWorkArea::Entry* first,
                       const EpochWorkArea::Entry* last);
     // With an output thread the decoding thread tells the observer an epoch's values as it
     // hands the epoch over, so that the observer's work does not delay the formatting.
@@ -371,6 +369,13 @@ private:
     // Whether formatEpoch tells the observer (no output thread); fixed while the files are
     // open, so that the output thread reads it safely while the pipeline is shut down.
     bool observedWhileFormatted_ = true;
+    // The observer's formatting side, told on the output thread the lines of its systems (a
+    // bit per letter from 'A'); set at open, cleared (after a drain) by setEpochObserver.
+    rinex::EpochObserver* formattingObserver_ = nullptr;
+    uint32_t formattedSystems_ = 0;
+    bool formattedSystem(char system) const {
+        return formattingObserver_ && system >= 'A' && system <= 'Z' && (formattedSystems_ >> (system - 'A') & 1);
+    }
     // The band digit of a column's code in the header's observation types.
     char headerBand(char system, const char* code) const;
     rinex::ObservationBodySink* bodySink_ = nullptr;
