@@ -7,7 +7,7 @@
 #   scripts/thread-check.sh          (builds in build-tsan/, BUILD_DIR=... chooses another)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-tests=(output_pipeline_test output_thread_test conversion_feed_test fed_quality_check_test)
+tests=(output_pipeline_test output_thread_test conversion_feed_test fed_quality_check_test feed_split_test)
 build=${BUILD_DIR:-build-tsan}
 ./scripts/install-deps.sh
 
