@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <vector>
+#include <memory>
 
 #include <sys/types.h>
 
@@ -34,13 +34,13 @@ public:
     private:
         int fd_;
         off_t offset_ = 0;
-        std::vector<uint8_t> buffer_;
-        size_t used_ = 0, read_ = 0;
+        std::unique_ptr<uint8_t[]> buffer_; // not zeroed: only what is read is used
+        size_t capacity_, used_ = 0, read_ = 0;
     };
 
 private:
     std::FILE* file_ = nullptr;
-    std::vector<uint8_t> block_;
+    std::unique_ptr<uint8_t[]> block_; // not zeroed: only what is put is written
     size_t blockUsed_ = 0;
     bool failed_ = false;
 };
