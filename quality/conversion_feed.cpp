@@ -201,11 +201,13 @@ void ConversionFeed::Lines::satellite(char letter, int s, int number, const rine
             columnsUsed_ |= uint64_t(1) << column;
             c.fields = 0;
             c.lli = 0;
+            c.negative = 0;
         }
-        c.fields |= uint8_t(1 << kind);
-        if (values[i].lossOfLock != 0) c.lli |= uint8_t(1 << kind);
-        if (kind != 2) c.value[kind] = fixedThreeDecimals(thousandths, negative);
-        if (kind == 3) c.strength = uint32_t(std::min<uint64_t>(thousandths, 0xFFFFFFFFu));
+        const uint8_t bit = uint8_t(1 << kind);
+        c.fields |= bit;
+        if (values[i].lossOfLock != 0) c.lli |= bit;
+        if (negative) c.negative |= bit;
+        c.thousandths[kind] = thousandths;
     }
 }
 
@@ -233,7 +235,7 @@ void ConversionFeed::Lines::endSatellite() {
         const Code& code = columnCodes_[satelliteSystem_][c];
         codes.push_back(uint8_t(code.band));
         codes.push_back(uint8_t(code.attribute));
-        append(codes, columns_[c].value[0]);
+        append(codes, columns_[c].value(0));
         ++n;
     }
     codes[countAt] = n;

@@ -72,15 +72,21 @@ bool choleskySolve(double n[kMaxUnknowns][kMaxUnknowns], double* b, int u) {
 
 double klobucharDelay(const std::array<double, 4>& alpha, const std::array<double, 4>& beta, double sow,
                       double lat, double lon, double azimuth, double elevation) {
+    return klobucharDelay(alpha, beta, sow, lat, lon, std::cos(azimuth), std::sin(azimuth), elevation);
+}
+
+double klobucharDelay(const std::array<double, 4>& alpha, const std::array<double, 4>& beta, double sow,
+                      double lat, double lon, double cosAzimuth, double sinAzimuth, double elevation) {
     const double e = elevation / gnss::kPi; // semicircles
     const double psi = 0.0137 / (e + 0.11) - 0.022;
-    double phiI = lat / gnss::kPi + psi * std::cos(azimuth);
+    double phiI = lat / gnss::kPi + psi * cosAzimuth;
     phiI = std::max(-0.416, std::min(0.416, phiI));
-    const double lambdaI = lon / gnss::kPi + psi * std::sin(azimuth) / std::cos(phiI * gnss::kPi);
+    const double lambdaI = lon / gnss::kPi + psi * sinAzimuth / std::cos(phiI * gnss::kPi);
     const double phiM = phiI + 0.064 * std::cos((lambdaI - 1.617) * gnss::kPi);
     double t = 4.32e4 * lambdaI + sow;
     t -= std::floor(t / 86400.0) * 86400.0;
-    const double f = 1.0 + 16.0 * std::pow(0.53 - e, 3);
+    const double obliquity = 0.53 - e;
+    const double f = 1.0 + 16.0 * obliquity * obliquity * obliquity;
     double amp = alpha[0] + phiM * (alpha[1] + phiM * (alpha[2] + phiM * alpha[3]));
     double per = beta[0] + phiM * (beta[1] + phiM * (beta[2] + phiM * beta[3]));
     if (amp < 0) amp = 0;
@@ -209,22 +215,30 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
         for (Candidate& c : candidates_) {
             if (!c.used && haveStart) continue;
             const double range0 = gnss::distance(c.position, x);
+            // The Earth's rotation during the signal's flight: a few microradians, where two
+            // terms of the series are exact to the double's precision.
             const double theta = gnss::kEarthRotationRate * range0 / gnss::kSpeedOfLight;
-            const Vec3 sat{c.position[0] * std::cos(theta) + c.position[1] * std::sin(theta),
-                           -c.position[0] * std::sin(theta) + c.position[1] * std::cos(theta), c.position[2]};
+            const double cosTheta = 1 - theta * theta / 2, sinTheta = theta - theta * theta * theta / 6;
+            const Vec3 sat{c.position[0] * cosTheta + c.position[1] * sinTheta,
+                           -c.position[0] * sinTheta + c.position[1] * cosTheta, c.position[2]};
             const double range = gnss::distance(sat, x);
-            double elevation = gnss::kPi / 2, azimuth = 0;
+            double elevation = gnss::kPi / 2;
             double iono = 0, tropo = 0;
             if (onEarth) {
-                gnss::azimuthElevation(x, frame, sat, azimuth, elevation);
+                const gnss::Ecef enu = gnss::enuOf({sat[0] - x[0], sat[1] - x[1], sat[2] - x[2]}, frame);
+                const double horizontal = std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]);
+                elevation = std::atan2(enu[2], horizontal);
                 if (elevation < mask_ && iteration > 0) {
                     c.residual = 0;
                     continue;
                 }
                 if (nav_.hasKlobuchar()) {
+                    // The azimuth's cosine and sine straight from north and east.
+                    const double cosAzimuth = horizontal > 0 ? enu[1] / horizontal : 1;
+                    const double sinAzimuth = horizontal > 0 ? enu[0] / horizontal : 0;
                     const double scale = (double(gnss::kFrequencyL1) / c.frequency) * (double(gnss::kFrequencyL1) / c.frequency);
-                    iono = scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.latitude, g.longitude, azimuth,
-                                                  std::max(elevation, 0.0));
+                    iono = scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.latitude, g.longitude, cosAzimuth,
+                                                  sinAzimuth, std::max(elevation, 0.0));
                 }
                 tropo = troposphere.delay(elevation);
             }
@@ -235,13 +249,14 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
             c.residual = c.pseudorange - predicted;
             const double s = std::max(std::sin(elevation), 0.1);
             const double w = onEarth ? s * s : 1.0;
-            double row[kMaxUnknowns] = {h[0], h[1], h[2], 0, 0, 0, 0};
-            row[k] = 1;
-            for (int i = 0; i < kMaxUnknowns; ++i) {
-                b[i] += w * row[i] * c.residual;
-                for (int j = 0; j < kMaxUnknowns; ++j) {
-                    n[i][j] += w * row[i] * row[j];
-                    q[i][j] += row[i] * row[j];
+            // The row holds h and a 1 in the clock's column: only those entries add anything.
+            const int at[4] = {0, 1, 2, k};
+            const double row[4] = {h[0], h[1], h[2], 1};
+            for (int i = 0; i < 4; ++i) {
+                b[at[i]] += w * row[i] * c.residual;
+                for (int j = 0; j < 4; ++j) {
+                    n[at[i]][at[j]] += w * row[i] * row[j];
+                    q[at[i]][at[j]] += row[i] * row[j];
                 }
             }
             ++used;

@@ -12,6 +12,7 @@
 #include "quality/rinex_obs_reader.h"
 #include "quality/signal_frequency.h"
 #include "quality/slip_thresholds.h"
+#include "quality/text_fields.h"
 
 namespace quality {
 
@@ -47,7 +48,7 @@ struct MultipathArc {
 
 struct SignalAccumulator {
     long observations = 0, aboveMask = 0;
-    double cn0Sum = 0;
+    int64_t cn0Thousandths = 0; // exact in any order, like the bins
     long cn0Count = 0;
     // Strengths per 5° of elevation, summed in thousandths of dB-Hz: exact in any order, so
     // that sums made window by window equal those made epoch by epoch.
@@ -414,7 +415,7 @@ struct QualityCheck::State {
                 if (aboveMask) ++sig.aboveMask;
             }
             if (o.type == 'S' && o.value > 0 && o.value < 100) {
-                sig.cn0Sum += o.value;
+                sig.cn0Thousandths += std::llround(o.value * 1000.0);
                 ++sig.cn0Count;
                 if (elevationBin >= 0) {
                     sig.binThousandths[size_t(elevationBin)] += std::llround(o.value * 1000.0);
@@ -750,20 +751,22 @@ struct QualityCheck::State {
                 ++windowSignal.epochs;
                 window.signalsUsed |= uint32_t(1) << (column.signal & (kWindowSignals - 1));
             }
-            if ((fields & 8) && values.value[3] > 0 && values.value[3] < 100) {
-                sig.cn0Sum += values.value[3];
+            // A strength in (0, 100) dB-Hz.
+            const uint64_t strength = values.thousandths[3];
+            if ((fields & 8) && !(values.negative & 8) && strength > 0 && strength < 100000) {
+                sig.cn0Thousandths += int64_t(strength);
                 ++sig.cn0Count;
                 ++windowSignal.strengths;
-                windowSignal.strengthSum += values.strength;
+                windowSignal.strengthSum += strength;
             }
-            if ((fields & 2) && values.value[1] != 0) {
+            if ((fields & 2) && values.thousandths[1] != 0) {
                 anyPhase = true;
                 if ((values.lli & 2) &&
                     (!system.bands[0] || column.band == system.bands[0] || column.band == system.bands[1]))
                     lossOfLock = true;
                 for (int f = 0; f < 2; ++f)
                     if (column.band == system.bands[f] && !phase[f]) {
-                        phases[f] = Observation{'L', column.band, column.attribute, values.value[1], (values.lli >> 1) & 1};
+                        phases[f] = Observation{'L', column.band, column.attribute, values.value(1), (values.lli >> 1) & 1};
                         phase[f] = &phases[f];
                     }
             }
@@ -774,10 +777,10 @@ struct QualityCheck::State {
                 const int c = __builtin_ctzll(left);
                 const TrackedColumn& column = columns[c];
                 const TrackedSatellite::Column& values = in.column[c];
-                if ((values.fields & 1) && column.band == system.bands[f] && values.value[0] != 0 &&
+                if ((values.fields & 1) && column.band == system.bands[f] && values.thousandths[0] != 0 &&
                     (!code[f] ||
                      (column.attribute == phase[f]->attribute && code[f]->attribute != phase[f]->attribute))) {
-                    codes[f] = Observation{'C', column.band, column.attribute, values.value[0], 0};
+                    codes[f] = Observation{'C', column.band, column.attribute, values.value(0), 0};
                     code[f] = &codes[f];
                 }
             }
@@ -850,6 +853,10 @@ struct QualityCheck::State {
         return true;
     }
 };
+
+double TrackedSatellite::Column::value(int k) const {
+    return fixedThreeDecimals(thousandths[k], (negative >> k) & 1);
+}
 
 QualityCheck::QualityCheck(Options options) : s_(new State) {
     s_->options = options;
@@ -1133,7 +1140,7 @@ Report QualityCheck::finish() {
             SignalSummary& sig = out.signals[system.signals[k]];
             sig.observations = a.observations;
             sig.cn0Count = a.cn0Count;
-            sig.cn0Mean = a.cn0Count ? a.cn0Sum / double(a.cn0Count) : 0;
+            sig.cn0Mean = a.cn0Count ? double(a.cn0Thousandths) / 1000.0 / double(a.cn0Count) : 0;
             if (s.visibilityAvailable && system.expected > 0) {
                 sig.hasCompleteness = true;
                 sig.completeness = double(a.aboveMask) / double(system.expected);

@@ -31,10 +31,12 @@ struct Options {
 // (code, phase, Doppler, strength) per signal column of the system.
 struct TrackedSatellite {
     struct Column {
-        uint8_t fields = 0;    // bit k: field k holds a value
-        uint8_t lli = 0;       // bit k: its loss-of-lock digit is 1
-        double value[4] = {};  // the Doppler's is not kept
-        uint32_t strength = 0; // value[3] in thousandths
+        uint8_t fields = 0;   // bit k: field k holds a value
+        uint8_t lli = 0;      // bit k: its loss-of-lock digit is 1
+        uint8_t negative = 0; // bit k: field k's value is negative
+        uint64_t thousandths[4] = {}; // the values' magnitudes as the 14-character form rounds them
+        // Field k's value as a reader parses the written field: computed only where needed.
+        double value(int k) const;
     };
     int system = 0; // systemIndex
     int number = 0;

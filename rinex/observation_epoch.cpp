@@ -252,7 +252,7 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
     return int(p - line);
 }
 
-void Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
+int Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
     if (!observedSignalsCurrent_) {
         // The observer learns every column from the first (observedColumns_ was reset with
         // it): start from the columns the output thread has made so far.
@@ -261,7 +261,8 @@ void Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
         observedSignalsCurrent_ = true;
     }
     const auto& entries = epoch.entries;
-    epochObserver_->epoch(gnss::gpsMilliseconds(epoch.week, epoch.milliseconds), epoch.satelliteCount());
+    const int satellites = epoch.satelliteCount();
+    epochObserver_->epoch(gnss::gpsMilliseconds(epoch.week, epoch.milliseconds), satellites);
     for (size_t begin = 0; begin < entries.size();) {
         const size_t end = epoch.satelliteEnd(begin);
         if (formattedSystem(entries[begin].system))
@@ -271,6 +272,7 @@ void Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
                                        entries.data() + end);
         begin = end;
     }
+    return satellites;
 }
 
 qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
@@ -288,7 +290,7 @@ qint64 Rinex3xx::formatEpoch(const EpochWorkArea& epoch) {
     if (rinex::isRinex2(version_)) return writeRinex2Epoch(epoch);
 
     const auto& entries = epoch.entries;
-    const int satellites = epoch.satelliteCount();
+    const int satellites = epoch.countedSatellites >= 0 ? epoch.countedSatellites : epoch.satelliteCount();
 
     // The lines go to the epoch block, which reaches the file in large writes: a device
     // write per line cost about as much as formatting the line. The file's bytes are the same.

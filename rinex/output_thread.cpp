@@ -36,11 +36,12 @@ void Rinex3xx::handleOutputJob(OutputJob& job) {
 
 qint64 Rinex3xx::writeEpoch() {
     if (!pipeline_) return formatEpoch(epoch_);
-    if (epochObserver_ && !rinex::isRinex2(version_)) observeEpoch(epoch_);
+    const int counted = epochObserver_ && !rinex::isRinex2(version_) ? observeEpoch(epoch_) : -1;
     OutputJob& job = pipeline_->acquire();
     job.kind = OutputJob::Epoch;
     job.epoch.week = epoch_.week;
     job.epoch.milliseconds = epoch_.milliseconds;
+    job.epoch.countedSatellites = counted; // the output thread need not count again
     if (ppkMode_ == rinex::PpkNone) {
         // No sentence can ask for this epoch again: its entries move to the job, and the job's
         // old ones, emptied, take their place.

@@ -68,6 +68,9 @@ struct EpochWorkArea {
     quint32 milliseconds = 0;
     std::vector<Entry> entries; // decoder order until sort(): then by system, satellite, code
     Rinex3xx* writer = nullptr;
+    // satelliteCount() when it is known already (the decoding thread counted for an
+    // observer), else -1.
+    int countedSatellites = -1;
 
     void clear() {
         entries.clear();
@@ -214,7 +217,8 @@ private:
                       const EpochWorkArea::Entry* last);
     // With an output thread the decoding thread tells the observer an epoch's values as it
     // hands the epoch over, so that the observer's work does not delay the formatting.
-    void observeEpoch(const EpochWorkArea& epoch);
+    // Returns the epoch's satellite count.
+    int observeEpoch(const EpochWorkArea& epoch);
     double glonassBias(const char* code) const;
     bool writeObservationHeader();
     qint64 writeHeaderLine(const char* format, ...)
