@@ -199,7 +199,12 @@ bool PointPositioning::solve(const Epoch& epoch, const Vec3* guess, PositionFix&
 bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, double& pdop, double& rms,
                                bool haveStart) {
     const double sow = secondsOfWeek(time);
+    double lastStep = HUGE_VAL;
     for (int iteration = 0; iteration < 12; ++iteration) {
+        // The elevations and the atmosphere's delays follow the position until it moves by
+        // less than a metre: after that they change by far less than the step that ends the
+        // iterations.
+        const bool correct = lastStep > 1.0;
         const bool onEarth = std::sqrt(x[0] * x[0] + x[1] * x[1] + x[2] * x[2]) > 6.0e6;
         const gnss::Geodetic g = gnss::geodeticOf(x);
         // Per iteration, not per satellite: the receiver's frame and its troposphere.
@@ -225,30 +230,38 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
             double elevation = gnss::kPi / 2;
             double iono = 0, tropo = 0;
             if (onEarth) {
-                const gnss::Ecef enu = gnss::enuOf({sat[0] - x[0], sat[1] - x[1], sat[2] - x[2]}, frame);
-                const double horizontal = std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]);
-                elevation = std::atan2(enu[2], horizontal);
+                if (correct) {
+                    const gnss::Ecef enu = gnss::enuOf({sat[0] - x[0], sat[1] - x[1], sat[2] - x[2]}, frame);
+                    const double horizontal = std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]);
+                    c.elevation = std::atan2(enu[2], horizontal);
+                    c.iono = 0;
+                    if (nav_.hasKlobuchar()) {
+                        // The azimuth's cosine and sine straight from north and east.
+                        const double cosAzimuth = horizontal > 0 ? enu[1] / horizontal : 1;
+                        const double sinAzimuth = horizontal > 0 ? enu[0] / horizontal : 0;
+                        const double scale = (double(gnss::kFrequencyL1) / c.frequency) *
+                                             (double(gnss::kFrequencyL1) / c.frequency);
+                        c.iono = scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.latitude, g.longitude,
+                                                        cosAzimuth, sinAzimuth, std::max(c.elevation, 0.0));
+                    }
+                    c.tropo = troposphere.delay(c.elevation);
+                    const double s = std::max(std::sin(c.elevation), 0.1);
+                    c.weight = s * s;
+                }
+                elevation = c.elevation;
                 if (elevation < mask_ && iteration > 0) {
                     c.residual = 0;
                     continue;
                 }
-                if (nav_.hasKlobuchar()) {
-                    // The azimuth's cosine and sine straight from north and east.
-                    const double cosAzimuth = horizontal > 0 ? enu[1] / horizontal : 1;
-                    const double sinAzimuth = horizontal > 0 ? enu[0] / horizontal : 0;
-                    const double scale = (double(gnss::kFrequencyL1) / c.frequency) * (double(gnss::kFrequencyL1) / c.frequency);
-                    iono = scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.latitude, g.longitude, cosAzimuth,
-                                                  sinAzimuth, std::max(elevation, 0.0));
-                }
-                tropo = troposphere.delay(elevation);
+                iono = c.iono;
+                tropo = c.tropo;
             }
             if (column[c.clockIndex] < 0) column[c.clockIndex] = unknowns++;
             const int k = column[c.clockIndex];
             const double h[3] = {(x[0] - sat[0]) / range, (x[1] - sat[1]) / range, (x[2] - sat[2]) / range};
             const double predicted = range + clocks[c.clockIndex] - gnss::kSpeedOfLight * c.clock + iono + tropo;
             c.residual = c.pseudorange - predicted;
-            const double s = std::max(std::sin(elevation), 0.1);
-            const double w = onEarth ? s * s : 1.0;
+            const double w = onEarth ? c.weight : 1.0;
             // The row holds h and a 1 in the clock's column: only those entries add anything.
             const int at[4] = {0, 1, 2, k};
             const double row[4] = {h[0], h[1], h[2], 1};
@@ -268,6 +281,7 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
         for (int s = 0; s < 4; ++s)
             if (column[s] >= 0) clocks[s] += b[column[s]];
         const double step = std::sqrt(b[0] * b[0] + b[1] * b[1] + b[2] * b[2]);
+        lastStep = step;
         if (step < 1e-3 && iteration > 0 && onEarth) {
             // PDOP from the unweighted geometry: the position block of (H^T H)^-1.
             double trace = 0;

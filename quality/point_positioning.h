@@ -40,6 +40,8 @@ private:
         double clock; // s, group delay applied
         bool used;
         double residual;
+        // The elevation and the atmosphere's delays, as last computed.
+        double elevation = 0, iono = 0, tropo = 0, weight = 1;
     };
     const Navigation& nav_;
     double mask_;
