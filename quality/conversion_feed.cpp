@@ -181,11 +181,9 @@ void ConversionFeed::Lines::satellite(char letter, int s, int number, const rine
     int lastField = -1;
     for (int i = 0; i < count; ++i) {
         const int field = values[i].field;
-        const double value = values[i].value;
-        // The 14-character form's rounding, and its blank for what does not fit.
-        const bool negative = value < 0;
-        const double scaled = std::fabs(value) * 1000.0 + 0.5;
-        if (!(scaled < (negative ? 1e12 : 1e13))) continue;
+        // The 14-character form's rounding, as the writer made it; blank fields count nowhere.
+        if (values[i].thousandths < 0) continue;
+        const bool negative = values[i].value < 0;
         if (field < 0 || field >= kMaxFields) continue;
         const int column = field >> 2, kind = field & 3;
         if (column >= columnCount || field <= lastField) {
@@ -195,7 +193,7 @@ void ConversionFeed::Lines::satellite(char letter, int s, int number, const rine
             return;
         }
         lastField = field;
-        const uint64_t thousandths = uint64_t(int64_t(scaled));
+        const uint64_t thousandths = uint64_t(values[i].thousandths);
         TrackedSatellite::Column& c = columns_[column];
         if (!(columnsUsed_ >> column & 1)) {
             columnsUsed_ |= uint64_t(1) << column;

@@ -10,12 +10,14 @@
 namespace rinex {
 
 // One observation field of a satellite line: its index in the line (four per signal column:
-// code, phase, Doppler, strength), the value given to the 14-character form (which may still
-// leave it blank), and the loss-of-lock digit (0 or 1).
+// code, phase, Doppler, strength), the value given to the 14-character form, the loss-of-lock
+// digit (0 or 1), and the value's magnitude in thousandths as the form rounds it, -1 when the
+// form leaves the field blank (rinex::fixed14Thousandths).
 struct ObservedValue {
     int field;
     int lossOfLock;
     double value;
+    int64_t thousandths;
 };
 
 class EpochObserver {

@@ -42,14 +42,13 @@ constexpr Decimals kDecimals = makeDecimals();
 } // namespace
 
 void formatFixed14(char* out, double value) {
+    formatFixed14(out, value < 0, fixed14Thousandths(value));
+}
+
+void formatFixed14(char* out, bool negative, int64_t thousandths) {
     std::memset(out, ' ', 14);
-    const bool negative = value < 0;
-    const double scaled = std::fabs(value) * 1000.0 + 0.5;
-    // 10 places before the point, one of them taken by the sign when negative. The test
-    // is false for infinities and NaN too.
-    if (!(scaled < (negative ? 1e12 : 1e13))) return;
-    // Below 10^13 the signed conversion is exact and cheaper than the unsigned one.
-    const uint64_t n = static_cast<uint64_t>(static_cast<int64_t>(scaled));
+    if (thousandths < 0) return;
+    const uint64_t n = static_cast<uint64_t>(thousandths);
     uint64_t whole = n / 1000;
     std::memcpy(out + 10, kDecimals.text[n - whole * 1000], 4);
     char* p = out + 10;

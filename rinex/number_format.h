@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 // Fixed-width number forms of RINEX records, written without printf on the hot path.
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 namespace rinex {
 
@@ -10,6 +12,19 @@ namespace rinex {
 // not finite) is written as 14 blanks: a missing value is better than a wrong one.
 // Writes exactly 14 characters and no terminating 0.
 void formatFixed14(char* out, double value);
+// The magnitude of a value in thousandths as that form rounds it, or -1 when the form is
+// blank: what a reader of the field gets, without the text.
+inline int64_t fixed14Thousandths(double value) {
+    const bool negative = value < 0;
+    const double scaled = std::fabs(value) * 1000.0 + 0.5;
+    // 10 places before the point, one of them taken by the sign when negative. The test
+    // is false for infinities and NaN too.
+    if (!(scaled < (negative ? 1e12 : 1e13))) return -1;
+    // Below 10^13 the signed conversion is exact and cheaper than the unsigned one.
+    return static_cast<int64_t>(scaled);
+}
+// The form from fixed14Thousandths of a value and its sign.
+void formatFixed14(char* out, bool negative, int64_t thousandths);
 
 // Navigation exponent form "%c%.<decimals>fD%c%02d": sign character ("-" or blank),
 // mantissa 0.ddd with 0.1 <= |m| < 1, "D", exponent sign, two exponent digits. Width 19 with

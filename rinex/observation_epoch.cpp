@@ -157,6 +157,13 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
     // The line's values for the observer, handed over when the line is done.
     rinex::ObservedValue observed[Observe ? 4 * kMaxColumns : 1];
     int observedCount = 0;
+    // A field's value in the 14-character form at out and for the observer, rounded once.
+    auto fieldValue = [&](char* out, int field, bool lossOfLock, double value) {
+        const int64_t thousandths = rinex::fixed14Thousandths(value);
+        if constexpr (Format) rinex::formatFixed14(out, value < 0, thousandths);
+        if constexpr (Observe) observed[observedCount++] = {field, lossOfLock, value, thousandths};
+        (void)out, (void)field, (void)lossOfLock;
+    };
 
     // "%c%02d" without printf: it runs once per satellite line.
     char* p = line;
@@ -184,12 +191,11 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
         if (e->pseudorangeValid) {
             char lli = ' ';
             const double pseudorange = rinex::foldObservation(e->pseudorange, lli);
+            fieldValue(p, 4 * column, lli == '1', pseudorange);
             if constexpr (Format) {
-                rinex::formatFixed14(p, pseudorange);
                 p[14] = lli;
                 p[15] = ' ';
             }
-            if constexpr (Observe) observed[observedCount++] = {4 * column, lli == '1', pseudorange};
         } else if constexpr (Format) {
             std::memset(p, ' ', kFieldWidth);
         }
@@ -214,31 +220,28 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
             }
         }
         if (e->phaseValid) {
+            fieldValue(p, 4 * column + 1, lli == '1', phase);
             if constexpr (Format) {
-                rinex::formatFixed14(p, phase);
                 p[14] = lli;
                 p[15] = char('0' + rinex::signalStrengthDigit(e->cn0));
             }
-            if constexpr (Observe) observed[observedCount++] = {4 * column + 1, lli == '1', phase};
         } else if constexpr (Format) {
             std::memset(p, ' ', kFieldWidth);
         }
 
         // Doppler, then signal strength.
+        if constexpr (Format) p += kFieldWidth;
+        fieldValue(p, 4 * column + 2, false, double(e->doppler));
         if constexpr (Format) {
-            p += kFieldWidth;
-            rinex::formatFixed14(p, double(e->doppler));
-            p[14] = ' ';
-            p[15] = ' ';
-            p += kFieldWidth;
-            rinex::formatFixed14(p, double(e->cn0));
             p[14] = ' ';
             p[15] = ' ';
             p += kFieldWidth;
         }
-        if constexpr (Observe) {
-            observed[observedCount++] = {4 * column + 2, 0, double(e->doppler)};
-            observed[observedCount++] = {4 * column + 3, 0, double(e->cn0)};
+        fieldValue(p, 4 * column + 3, false, double(e->cn0));
+        if constexpr (Format) {
+            p[14] = ' ';
+            p[15] = ' ';
+            p += kFieldWidth;
         }
     }
 

@@ -14,6 +14,7 @@
 #include "quality/check_files.h"
 #include "quality/conversion_feed.h"
 #include "quality/text_report.h"
+#include "rinex/number_format.h"
 
 using namespace quality;
 
@@ -68,7 +69,7 @@ FedRun writeAndFeed(const std::vector<int64_t>& milliseconds, const char* name) 
             std::snprintf(line, sizeof line, "G%02d", numbers[k]);
             text += line;
             for (int f = 0; f < 8; ++f) {
-                observed[f] = {f, lli[f], values[f]};
+                observed[f] = {f, lli[f], values[f], rinex::fixed14Thousandths(values[f])};
                 std::snprintf(line, sizeof line, "%14.3f%c ", values[f], lli[f] ? '1' : ' ');
                 text += line;
             }
