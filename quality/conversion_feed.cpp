@@ -37,20 +37,6 @@ constexpr uint8_t kElsewhere = 0;
 constexpr size_t kEpochHead = 17, kWindowHead = 16; // bytes after the kind
 constexpr int kMaxFields = 256;
 
-template <typename T>
-void append(std::vector<uint8_t>& out, const T& value) {
-    const size_t at = out.size();
-    out.resize(at + sizeof value);
-    std::memcpy(out.data() + at, &value, sizeof value);
-}
-
-template <typename T>
-T load(const uint8_t* p) {
-    T value;
-    std::memcpy(&value, p, sizeof value);
-    return value;
-}
-
 bool malformedEpoch(const gnss::CalendarTime& c, int satellites) {
     return c.year < 1980 || c.year >= 2200 || satellites > 999;
 }
@@ -233,7 +219,7 @@ void ConversionFeed::Lines::endSatellite() {
         const Code& code = columnCodes_[satelliteSystem_][c];
         codes.push_back(uint8_t(code.band));
         codes.push_back(uint8_t(code.attribute));
-        append(codes, columns_[c].value(0));
+        appendBytes(codes, columns_[c].value(0));
         ++n;
     }
     codes[countAt] = n;
@@ -402,10 +388,10 @@ void ConversionFeed::emitPending() {
             std::vector<uint8_t> record;
             record.push_back(kRecordEvent);
             record.push_back(uint8_t(epoch_.flag));
-            append(record, epoch_.time);
+            appendBytes(record, epoch_.time);
             record.push_back(uint8_t(epoch_.eventLines.size()));
             for (const std::string& line : epoch_.eventLines) {
-                append(record, uint16_t(line.size()));
+                appendBytes(record, uint16_t(line.size()));
                 record.insert(record.end(), line.begin(), line.end());
             }
             lines_->spill.put(record.data(), record.size());
@@ -555,7 +541,7 @@ struct ConversionFeed::Readers {
             if (!side || !side->take(&kind, 1)) return nullptr;
             const size_t headSize = kind == kRecordWindow ? kWindowHead : 4;
             if ((kind != kRecordWindow && kind != kRecordCodes) || !side->take(head, headSize)) return nullptr;
-            size = load<uint32_t>(head + headSize - 4);
+            size = loadBytes<uint32_t>(head + headSize - 4);
             const uint8_t* body = side->peek(size);
             if (!body) return nullptr;
             side->skip(size);
@@ -574,7 +560,7 @@ bool ConversionFeed::replayRecords(Readers& readers, Half half, Epoch& epoch, si
             uint8_t head[10];
             if (!in.take(head, sizeof head)) return true;
             epoch.flag = head[0];
-            epoch.time = load<double>(head + 1);
+            epoch.time = loadBytes<double>(head + 1);
             epoch.satelliteCount = 0;
             epoch.eventLines.resize(head[9]);
             for (std::string& line : epoch.eventLines) {
@@ -589,11 +575,11 @@ bool ConversionFeed::replayRecords(Readers& readers, Half half, Epoch& epoch, si
         if (kind == kRecordWindow) {
             uint8_t head[kWindowHead];
             if (!in.take(head, sizeof head)) return true;
-            const size_t size = load<uint32_t>(head + 12);
+            const size_t size = loadBytes<uint32_t>(head + 12);
             const uint8_t* sums = in.peek(size);
             if (!sums) return true;
             if (elevations) {
-                if (!check_->replayWindow(load<double>(head), load<uint32_t>(head + 8), sums, size)) return true;
+                if (!check_->replayWindow(loadBytes<double>(head), loadBytes<uint32_t>(head + 8), sums, size)) return true;
                 // The same window's sums of the side's systems.
                 uint8_t sideHead[kWindowHead];
                 size_t sideSize = 0;
@@ -608,15 +594,15 @@ bool ConversionFeed::replayRecords(Readers& readers, Half half, Epoch& epoch, si
         if (kind != kRecordEpoch) return true;
         uint8_t head[kEpochHead];
         if (!in.take(head, sizeof head)) return true;
-        const size_t codesSize = load<uint32_t>(head + 13);
+        const size_t codesSize = loadBytes<uint32_t>(head + 13);
         if (!positions) {
             if (!in.peek(codesSize)) return true;
             in.skip(codesSize);
             continue;
         }
         epoch.flag = 0;
-        epoch.time = load<double>(head);
-        epoch.satelliteCount = load<uint32_t>(head + 8);
+        epoch.time = loadBytes<double>(head);
+        epoch.satelliteCount = loadBytes<uint32_t>(head + 8);
         epoch.eventLines.clear();
         if (head[12] & kPositioned) {
             const uint8_t* s = in.peek(codesSize);
@@ -656,7 +642,7 @@ bool ConversionFeed::replayRecords(Readers& readers, Half half, Epoch& epoch, si
                     o.type = 'C';
                     o.band = char(code[0]);
                     o.attribute = char(code[1]);
-                    o.value = load<double>(code + 2);
+                    o.value = loadBytes<double>(code + 2);
                     o.lli = 0;
                     code += 10;
                 }

@@ -4,7 +4,8 @@
 // records as it writes them: no text is read back. It runs in two passes. What needs no
 // navigation data (span, counts, strengths, slips, multipath) is computed as the records are
 // written, with the header's observation types, interval and GLONASS channels as the writer
-// announces them. Elevations, completeness, plots and positions need every navigation record
+// announces them; with an output thread the writer's two threads share it, the output
+// thread taking the lines of some systems as it formats them (formattingSide). Elevations, completeness, plots and positions need every navigation record
 // before the first epoch, complete only when the files are closed: for them the first pass
 // keeps compact records in a temporary file (memory stays flat): per epoch its time and
 // satellite count, and the codes of the epochs that are positioned; per visibility window

@@ -3,12 +3,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <map>
 
 #include "gnss/geodesy.h"
 #include "gnss/constants.h"
 #include "gnss/gps_calendar.h"
+#include "quality/record_spill.h"
 #include "quality/rinex_obs_reader.h"
 #include "quality/signal_frequency.h"
 #include "quality/slip_thresholds.h"
@@ -160,19 +160,6 @@ struct WindowSatellite {
     WindowSignal signal[kWindowSignals];
 };
 
-template <typename T>
-void appendBytes(std::vector<uint8_t>& out, const T& value) {
-    const size_t at = out.size();
-    out.resize(at + sizeof value);
-    std::memcpy(out.data() + at, &value, sizeof value);
-}
-
-template <typename T>
-T loadBytes(const uint8_t* p) {
-    T value;
-    std::memcpy(&value, p, sizeof value);
-    return value;
-}
 constexpr int kNoChannel = 1000;
 
 // A signal column of a system's satellite lines, as the writer announces it.

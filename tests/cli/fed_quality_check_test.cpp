@@ -20,9 +20,8 @@
 #include <random>
 
 #include "params/file_header.h"
-#include "sample_generator/options.h"
-#include "sample_generator/stream_assembly.h"
 #include "shell/thread_binary_to_rinex.h"
+#include "station_stream.h"
 #include "support/qt_core_application.h"
 
 namespace {
@@ -137,20 +136,13 @@ TEST(FedQualityCheck, RealStreamsGiveTheReportsOfTheirFiles) {
 void expectSameReportWithPositions(const QMap<QString, QString>& extra, bool headerOnTheEarth) {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
-    const std::string data = VELMOOR_TEST_DATA "/rinex/";
-    const std::string obs = dir.filePath("obs.rnx").toStdString(), nav = dir.filePath("nav.rnx").toStdString();
-    ASSERT_EQ(std::system(("gzip -dc " + data + "ESBC00DNK_R_20201770000_30M_30S_MO.rnx.gz > " + obs).c_str()), 0);
-    ASSERT_EQ(std::system(("gzip -dc " + data + "ESBC00DNK_R_20201770000_03H_MN.rnx.gz > " + nav).c_str()), 0);
-    sample_generator::Options options;
-    options.observationPath = obs;
-    options.navigationPath = nav;
-    options.ppk = {{10, 8, "PT01"}, {30, 6, "PT02"}};
-    const sample_generator::Sample sample = sample_generator::generateSample(options);
+    const std::string stream = clitest::stationStream(dir);
+    ASSERT_FALSE(stream.empty());
     const QString input = dir.filePath("esbc.dat");
     {
         QFile file(input);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(reinterpret_cast<const char*>(sample.bytes.data()), qint64(sample.bytes.size()));
+        file.write(stream.data(), qint64(stream.size()));
     }
     QMap<QString, QString> parameters = extra;
     parameters.insert("Mode", "3");

@@ -11,12 +11,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
-#include "sample_generator/options.h"
-#include "sample_generator/stream_assembly.h"
+#include "station_stream.h"
 
 using namespace writertest;
 
@@ -88,16 +86,8 @@ TEST(FeedSplit, StationWithPositionsAndOccupationsGivesTheFilesReportWhateverThe
     // broadcast records.
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
-    const std::string data = VELMOOR_TEST_DATA "/rinex/";
-    const std::string obs = dir.filePath("obs.rnx").toStdString(), nav = dir.filePath("nav.rnx").toStdString();
-    ASSERT_EQ(std::system(("gzip -dc " + data + "ESBC00DNK_R_20201770000_30M_30S_MO.rnx.gz > " + obs).c_str()), 0);
-    ASSERT_EQ(std::system(("gzip -dc " + data + "ESBC00DNK_R_20201770000_03H_MN.rnx.gz > " + nav).c_str()), 0);
-    sample_generator::Options options;
-    options.observationPath = obs;
-    options.navigationPath = nav;
-    options.ppk = {{10, 8, "PT01"}, {30, 6, "PT02"}};
-    const sample_generator::Sample sample = sample_generator::generateSample(options);
-    const std::string bytes(reinterpret_cast<const char*>(sample.bytes.data()), sample.bytes.size());
+    const std::string bytes = clitest::stationStream(dir);
+    ASSERT_FALSE(bytes.empty());
     const Checked run = convertAndCheck(bytes, true, quality::ConversionFeed::kFormattedByDefault);
     EXPECT_NE(run.fed.find("(ECEF)"), std::string::npos) << run.fed;
     EXPECT_NE(run.fed.find("PT02"), std::string::npos);
