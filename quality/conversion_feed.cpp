@@ -42,7 +42,8 @@ bool malformedEpoch(const gnss::CalendarTime& c, int satellites) {
 }
 
 double epochTime(const gnss::CalendarTime& c) {
-    return gpsSecondsOf(c.year, c.month, c.day, c.hour, c.minute, double(c.second * 1000 + c.millisecond) / 1000.0);
+    return gpsSecondsOf(c.year, c.month, c.day, c.hour, c.minute,
+                        double(c.second * 1000 + c.millisecond) / 1000.0);
 }
 
 } // namespace
@@ -110,7 +111,8 @@ public:
         windowRecord_.resize(kWindowHead + 1);
         windowRecord_[0] = kRecordWindow;
         check_.closeTrackedWindow(windowRecord_, systems_);
-        const uint32_t epochs = uint32_t(windowEpochs_), size = uint32_t(windowRecord_.size() - kWindowHead - 1);
+        const uint32_t epochs = uint32_t(windowEpochs_),
+                       size = uint32_t(windowRecord_.size() - kWindowHead - 1);
         std::memcpy(windowRecord_.data() + 1, &windowStart_, 8);
         std::memcpy(windowRecord_.data() + 9, &epochs, 4);
         std::memcpy(windowRecord_.data() + 13, &size, 4);
@@ -360,7 +362,8 @@ bool ConversionFeed::satelliteLineCounts(char system, int number) {
 }
 
 void ConversionFeed::satellite(char system, int number, const rinex::ObservedValue* values, int count) {
-    if (satelliteLineCounts(system, number)) lines_->satellite(system, systemIndex(system), number, values, count);
+    if (satelliteLineCounts(system, number))
+        lines_->satellite(system, systemIndex(system), number, values, count);
 }
 
 void ConversionFeed::satelliteElsewhere(char system, int number) {
@@ -540,7 +543,8 @@ struct ConversionFeed::Readers {
             uint8_t kind = 0;
             if (!side || !side->take(&kind, 1)) return nullptr;
             const size_t headSize = kind == kRecordWindow ? kWindowHead : 4;
-            if ((kind != kRecordWindow && kind != kRecordCodes) || !side->take(head, headSize)) return nullptr;
+            if ((kind != kRecordWindow && kind != kRecordCodes) || !side->take(head, headSize))
+                return nullptr;
             size = loadBytes<uint32_t>(head + headSize - 4);
             const uint8_t* body = side->peek(size);
             if (!body) return nullptr;
@@ -579,7 +583,8 @@ bool ConversionFeed::replayRecords(Readers& readers, Half half, Epoch& epoch, si
             const uint8_t* sums = in.peek(size);
             if (!sums) return true;
             if (elevations) {
-                if (!check_->replayWindow(loadBytes<double>(head), loadBytes<uint32_t>(head + 8), sums, size)) return true;
+                if (!check_->replayWindow(loadBytes<double>(head), loadBytes<uint32_t>(head + 8), sums, size))
+                    return true;
                 // The same window's sums of the side's systems.
                 uint8_t sideHead[kWindowHead];
                 size_t sideSize = 0;

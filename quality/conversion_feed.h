@@ -2,19 +2,20 @@
 #pragma once
 // The quality check of a conversion, fed by the writer with the values of the observation
 // records as it writes them: no text is read back. It runs in two passes. What needs no
-// navigation data (span, counts, strengths, slips, multipath) is computed as the records are
-// written, with the header's observation types, interval and GLONASS channels as the writer
-// announces them; with an output thread the writer's two threads share it, the output
-// thread taking the lines of some systems as it formats them (formattingSide). Elevations, completeness, plots and positions need every navigation record
-// before the first epoch, complete only when the files are closed: for them the first pass
-// keeps compact records in a temporary file (memory stays flat): per epoch its time and
-// satellite count, and the codes of the epochs that are positioned; per visibility window
-// (the elevations change once a window) each satellite's signals summed. They are replayed
-// once the files are closed; when the header gives the receiver's position, the positions
-// and the elevations of that pass run on two threads at once. When the written header
-// contradicts what the first pass assumed (a rare stream, e.g. one whose interval is not its
-// first step), the check reads the written observation file instead. The report equals the
-// one of checkFiles on the written files.
+// navigation data (span, counts, strengths, slips, multipath) is computed as the records
+// are written, with the header's observation types, interval and GLONASS channels as the
+// writer announces them; with an output thread the writer's two threads share it, the
+// output thread taking the lines of some systems as it formats them (formattingSide).
+// Elevations, completeness, plots and positions need every navigation record before the
+// first epoch, complete only when the files are closed: for them the first pass keeps
+// compact records in temporary files, one per thread (memory stays flat): per epoch its
+// time and satellite count, and the codes of the epochs that are positioned; per visibility
+// window (the elevations change once a window) each satellite's signals summed. They are
+// replayed once the files are closed; when the header gives the receiver's position, the
+// positions and the elevations of that pass run on two threads at once. When the written
+// header contradicts what the first pass assumed (a rare stream, e.g. one whose interval is
+// not its first step), the check reads the written observation file instead. The report
+// equals the one of checkFiles on the written files.
 #include <atomic>
 #include <cstdint>
 #include <cstdio>

@@ -241,8 +241,9 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
                         const double sinAzimuth = horizontal > 0 ? enu[0] / horizontal : 0;
                         const double scale = (double(gnss::kFrequencyL1) / c.frequency) *
                                              (double(gnss::kFrequencyL1) / c.frequency);
-                        c.iono = scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.latitude, g.longitude,
-                                                        cosAzimuth, sinAzimuth, std::max(c.elevation, 0.0));
+                        c.iono =
+                            scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.latitude, g.longitude,
+                                                   cosAzimuth, sinAzimuth, std::max(c.elevation, 0.0));
                     }
                     c.tropo = troposphere.delay(c.elevation);
                     const double s = std::max(std::sin(c.elevation), 0.1);

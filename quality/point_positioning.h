@@ -56,8 +56,9 @@ private:
 double klobucharDelay(const std::array<double, 4>& alpha, const std::array<double, 4>& beta, double gpsSecondsOfWeek,
                       double lat, double lon, double azimuth, double elevation);
 // The same with the azimuth's cosine and sine.
-double klobucharDelay(const std::array<double, 4>& alpha, const std::array<double, 4>& beta, double gpsSecondsOfWeek,
-                      double latitude, double longitude, double cosAzimuth, double sinAzimuth, double elevation);
+double klobucharDelay(const std::array<double, 4>& alpha, const std::array<double, 4>& beta,
+                      double gpsSecondsOfWeek, double latitude, double longitude, double cosAzimuth,
+                      double sinAzimuth, double elevation);
 // Slant tropospheric delay (m) of a standard atmosphere.
 double troposphereDelay(double height, double elevation);
 // The same delay for many elevations at one height: the height's terms computed once.

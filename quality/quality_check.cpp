@@ -5,8 +5,8 @@
 #include <cmath>
 #include <map>
 
-#include "gnss/geodesy.h"
 #include "gnss/constants.h"
+#include "gnss/geodesy.h"
 #include "gnss/gps_calendar.h"
 #include "quality/record_spill.h"
 #include "quality/rinex_obs_reader.h"
@@ -200,7 +200,7 @@ struct QualityCheck::State {
     // What each tracker (QualityCheck::kTrackers) found: the writer's interval so far, the
     // steps compared with it, whether the records can be followed.
     struct alignas(64) Tracking { // a cache line each: two threads write them
-        double maxStep = 0; // 1.5 times the writer's interval so far
+        double maxStep = 0;       // 1.5 times the writer's interval so far
         // The steps compared with maxStep: the largest found within, the smallest beyond.
         double largestWithin = -HUGE_VAL, smallestBeyond = HUGE_VAL;
         bool broken = false;
@@ -425,7 +425,8 @@ struct QualityCheck::State {
                     (!code[f] || (o.attribute == phase[f]->attribute && code[f]->attribute != phase[f]->attribute)))
                     code[f] = &o;
         }
-        arcs(sat, system, obs.system, obs.number, t, newArc, lossOfLock, anyPhase, slipFlagged, phase, code, nullptr);
+        arcs(sat, system, obs.system, obs.number, t, newArc, lossOfLock, anyPhase, slipFlagged, phase, code,
+             nullptr);
         sat.skySeen = true;
         sat.skyLastTime = t;
     }
@@ -455,9 +456,9 @@ struct QualityCheck::State {
 
     // Slips and multipath of a satellite epoch from its selected phases and codes; a
     // tracker's (first pass) GLONASS channels are the writer's.
-    void arcs(SatelliteAccumulator& sat, SystemAccumulator& system, char letter, int number, double t, bool newArc,
-              bool lossOfLock, bool anyPhase, bool slipFlagged, const Observation* const phase[2],
-              const Observation* const code[2], Tracking* tracker) {
+    void arcs(SatelliteAccumulator& sat, SystemAccumulator& system, char letter, int number, double t,
+              bool newArc, bool lossOfLock, bool anyPhase, bool slipFlagged,
+              const Observation* const phase[2], const Observation* const code[2], Tracking* tracker) {
         if (anyPhase) {
             ++sat.phaseEpochs;
             ++system.phaseEpochs;
@@ -469,8 +470,9 @@ struct QualityCheck::State {
         double gf = 0, nw = 0, fa = 0, fb = 0, la = 0, lb = 0;
         const bool dual = phase[0] && phase[1];
         if (dual) {
-            const int channel =
-                letter != 'R' ? 0 : tracker ? trackedGlonassChannel(number, *tracker) : glonassChannel(number, t);
+            const int channel = letter != 'R' ? 0
+                                : tracker     ? trackedGlonassChannel(number, *tracker)
+                                              : glonassChannel(number, t);
             fa = carrierFrequency(letter, phase[0]->band, phase[0]->attribute, channel);
             fb = carrierFrequency(letter, phase[1]->band, phase[1]->attribute, channel);
         }
@@ -661,7 +663,8 @@ struct QualityCheck::State {
     }
 
     void elevations(double t) {
-        if (QualityCheck::startsVisibilityWindow(t, lastVisibility)) updateVisibility(t, receiverForVisibility());
+        if (QualityCheck::startsVisibilityWindow(t, lastVisibility))
+            updateVisibility(t, receiverForVisibility());
         for (auto& system : systems)
             system.expected += system.visibleNow;
     }
@@ -698,7 +701,8 @@ struct QualityCheck::State {
         SatelliteAccumulator& sat = satellites[s][in.number];
         system.tracked = true;
         const long stamp = ++system.satelliteEpochStamp;
-        const bool newArc = sat.lastTime < 0 || t <= sat.lastTime || beyondTrackedStep(t - sat.lastTime, tracker);
+        const bool newArc =
+            sat.lastTime < 0 || t <= sat.lastTime || beyondTrackedStep(t - sat.lastTime, tracker);
         startSatellite(sat, t, newArc);
         WindowSatellite& window = this->window[s][in.number];
         system.windowSatellites |= uint64_t(1) << in.number;
@@ -753,7 +757,8 @@ struct QualityCheck::State {
                     lossOfLock = true;
                 for (int f = 0; f < 2; ++f)
                     if (column.band == system.bands[f] && !phase[f]) {
-                        phases[f] = Observation{'L', column.band, column.attribute, values.value(1), (values.lli >> 1) & 1};
+                        phases[f] = Observation{'L', column.band, column.attribute, values.value(1),
+                                                (values.lli >> 1) & 1};
                         phase[f] = &phases[f];
                     }
             }
@@ -765,14 +770,15 @@ struct QualityCheck::State {
                 const TrackedColumn& column = columns[c];
                 const TrackedSatellite::Column& values = in.column[c];
                 if ((values.fields & 1) && column.band == system.bands[f] && values.thousandths[0] != 0 &&
-                    (!code[f] ||
-                     (column.attribute == phase[f]->attribute && code[f]->attribute != phase[f]->attribute))) {
+                    (!code[f] || (column.attribute == phase[f]->attribute &&
+                                  code[f]->attribute != phase[f]->attribute))) {
                     codes[f] = Observation{'C', column.band, column.attribute, values.value(0), 0};
                     code[f] = &codes[f];
                 }
             }
         }
-        arcs(sat, system, kSystemLetters[s], in.number, t, newArc, lossOfLock, anyPhase, false, phase, code, &tracker);
+        arcs(sat, system, kSystemLetters[s], in.number, t, newArc, lossOfLock, anyPhase, false, phase, code,
+             &tracker);
     }
 
     // The first pass's sums of the window, as bytes: per satellite its system index, number,
@@ -822,8 +828,9 @@ struct QualityCheck::State {
             SystemAccumulator& system = systems[s];
             SatelliteAccumulator& sat = satellites[s][number];
             const bool aboveMask = sat.hasElevation && sat.elevation >= mask;
-            const int elevationBin =
-                sat.hasElevation && sat.elevation >= 0 ? std::min(17, int(sat.elevation * 180 / gnss::kPi / 5)) : -1;
+            const int elevationBin = sat.hasElevation && sat.elevation >= 0
+                                         ? std::min(17, int(sat.elevation * 180 / gnss::kPi / 5))
+                                         : -1;
             for (int i = 0; i < count; ++i, p += 17) {
                 const size_t k = p[0];
                 if (k >= system.signal.size()) continue;
@@ -1139,7 +1146,8 @@ Report QualityCheck::finish() {
                 bool any = false;
                 for (size_t b = 0; b < 18; ++b) {
                     curve.count[b] = a.binCount[b];
-                    curve.mean[b] = a.binCount[b] ? double(a.binThousandths[b]) / 1000.0 / double(a.binCount[b]) : 0;
+                    curve.mean[b] =
+                        a.binCount[b] ? double(a.binThousandths[b]) / 1000.0 / double(a.binCount[b]) : 0;
                     any = any || a.binCount[b] > 0;
                 }
                 if (any) r.cn0Curves.push_back(curve);

@@ -15,15 +15,13 @@
 namespace quality {
 
 // A value's bytes appended to a record, and read back from one.
-template <typename T>
-void appendBytes(std::vector<uint8_t>& out, const T& value) {
+template <typename T> void appendBytes(std::vector<uint8_t>& out, const T& value) {
     const size_t at = out.size();
     out.resize(at + sizeof value);
     std::memcpy(out.data() + at, &value, sizeof value);
 }
 
-template <typename T>
-T loadBytes(const uint8_t* p) {
+template <typename T> T loadBytes(const uint8_t* p) {
     T value;
     std::memcpy(&value, p, sizeof value);
     return value;

@@ -4,7 +4,8 @@
 // written, so that a quality check can follow a conversion without reading its text back.
 // With an output thread, the decoding thread tells the observer each epoch as it hands the
 // epoch over (the calls and their order are the same), so that the observer's work does not
-// hold up the formatting; an observer may share its work with the output thread (below). Plain C++: the observer side needs no Qt.
+// hold up the formatting; an observer may share its work with the output thread (below).
+// Plain C++: the observer side needs no Qt.
 #include <cstdint>
 
 namespace rinex {

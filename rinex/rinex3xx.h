@@ -213,8 +213,7 @@ private:
     // before there was an observer). signalMap: the columns, extended by new signals.
     template <bool Format, bool Observe>
     int satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserver* observer,
-                      const EpochWorkArea::Entry* first,
-                      const EpochWorkArea::Entry* last);
+                      const EpochWorkArea::Entry* first, const EpochWorkArea::Entry* last);
     // With an output thread the decoding thread tells the observer an epoch's values as it
     // hands the epoch over, so that the observer's work does not delay the formatting.
     // Returns the epoch's satellite count.
@@ -378,7 +377,8 @@ private:
     rinex::EpochObserver* formattingObserver_ = nullptr;
     uint32_t formattedSystems_ = 0;
     bool formattedSystem(char system) const {
-        return formattingObserver_ && system >= 'A' && system <= 'Z' && (formattedSystems_ >> (system - 'A') & 1);
+        return formattingObserver_ && system >= 'A' && system <= 'Z' &&
+               (formattedSystems_ >> (system - 'A') & 1);
     }
     // The band digit of a column's code in the header's observation types.
     char headerBand(char system, const char* code) const;

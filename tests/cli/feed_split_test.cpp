@@ -61,7 +61,8 @@ void expectEverySplitGivesTheFilesReport(const std::string& bytes) {
     std::string first;
     for (const bool outputThread : {false, true}) {
         for (const char* systems : {"", "GE", "GRECJIS", "R", "CS"}) {
-            SCOPED_TRACE(std::string(outputThread ? "output thread" : "one thread") + ", side \"" + systems + "\"");
+            SCOPED_TRACE(std::string(outputThread ? "output thread" : "one thread") + ", side \"" + systems +
+                         "\"");
             const Checked run = convertAndCheck(bytes, outputThread, letters(systems));
             EXPECT_FALSE(run.readTheFile);
             EXPECT_EQ(run.fed, run.files);

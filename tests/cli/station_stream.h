@@ -15,8 +15,10 @@ namespace clitest {
 // The stream's bytes, empty when the station's files cannot be unpacked into dir.
 inline std::string stationStream(const QTemporaryDir& dir) {
     const std::string data = VELMOOR_TEST_DATA "/rinex/";
-    const std::string obs = dir.filePath("obs.rnx").toStdString(), nav = dir.filePath("nav.rnx").toStdString();
-    if (std::system(("gzip -dc " + data + "ESBC00DNK_R_20201770000_30M_30S_MO.rnx.gz > " + obs).c_str()) != 0 ||
+    const std::string obs = dir.filePath("obs.rnx").toStdString(),
+                      nav = dir.filePath("nav.rnx").toStdString();
+    if (std::system(("gzip -dc " + data + "ESBC00DNK_R_20201770000_30M_30S_MO.rnx.gz > " + obs).c_str()) !=
+            0 ||
         std::system(("gzip -dc " + data + "ESBC00DNK_R_20201770000_03H_MN.rnx.gz > " + nav).c_str()) != 0)
         return {};
     sample_generator::Options options;

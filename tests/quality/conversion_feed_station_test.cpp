@@ -159,8 +159,8 @@ std::unique_ptr<FedStation> feedStation(bool headerPosition, const std::string& 
                 const bool lossOfLock = (fields[f]->lli & 1) != 0;
                 std::snprintf(line, sizeof line, "%14.3f%c ", fields[f]->value, lossOfLock ? '1' : ' ');
                 record += line;
-                values.push_back(
-                    {int(f), lossOfLock ? 1 : 0, fields[f]->value, rinex::fixed14Thousandths(fields[f]->value)});
+                values.push_back({int(f), lossOfLock ? 1 : 0, fields[f]->value,
+                                  rinex::fixed14Thousandths(fields[f]->value)});
             }
             while (!record.empty() && record.back() == ' ')
                 record.pop_back();
