@@ -34,7 +34,7 @@ namespace {
 constexpr uint8_t kRecordEpoch = 'D', kRecordCodes = 'P', kRecordWindow = 'W', kRecordEvent = 'V';
 constexpr uint8_t kPositioned = 1, kWindowStart = 2;
 constexpr uint8_t kElsewhere = 0;
-constexpr size_t kEpochHead = 17, kWindowHead = 16; // bytes after the kind
+constexpr size_t kEpochHead = 17, kCodesHead = 4, kWindowHead = 16; // bytes after the kind
 constexpr int kMaxFields = 256;
 
 bool malformedEpoch(const gnss::CalendarTime& c, int satellites) {
@@ -73,9 +73,8 @@ public:
         lastMilliseconds_ = gpsMilliseconds;
     }
 
-    // A well-formed observation epoch at time t.
+    // A well-formed observation epoch at time t, after the last one's lines have ended.
     void beginEpoch(double t) {
-        endSatellite();
         time_ = t;
         // The check positions on this schedule when it has navigation data.
         positioned_ = options_.positionInterval <= 0 || t < lastPositioned_ ||
@@ -99,7 +98,7 @@ public:
         check_.trackColumn(s, column, band, attribute, tracker_);
     }
 
-    // A satellite line of the epoch that counts (system index s).
+    // A satellite line of the epoch that counts (system index s), after the last one's end.
     void satellite(char letter, int s, int number, const rinex::ObservedValue* values, int count);
     void endSatellite();
     // A line of the other side in a positioned epoch: its codes are in the other file.
@@ -159,7 +158,6 @@ private:
 
 void ConversionFeed::Lines::satellite(char letter, int s, int number, const rinex::ObservedValue* values,
                                       int count) {
-    endSatellite();
     satelliteOpen_ = true;
     satelliteLetter_ = letter;
     satelliteSystem_ = s;
@@ -273,7 +271,7 @@ private:
         if (!open_) return;
         open_ = false;
         if (!lines.positioned()) return;
-        uint8_t head[5];
+        uint8_t head[1 + kCodesHead];
         head[0] = kRecordCodes;
         const uint32_t size = uint32_t(lines.codes().size());
         std::memcpy(head + 1, &size, 4);
@@ -322,7 +320,6 @@ rinex::EpochObserver* ConversionFeed::formattingSide() {
 void ConversionFeed::epoch(int64_t gpsMilliseconds, int satellites) {
     ++records_;
     lines_->interval(gpsMilliseconds);
-    lines_->endSatellite();
     if (eventLinesLeft_ > 0) {
         problem("epoch with fewer lines than announced, skipped");
         eventLinesLeft_ = 0;
@@ -542,7 +539,7 @@ struct ConversionFeed::Readers {
         for (;;) {
             uint8_t kind = 0;
             if (!side || !side->take(&kind, 1)) return nullptr;
-            const size_t headSize = kind == kRecordWindow ? kWindowHead : 4;
+            const size_t headSize = kind == kRecordWindow ? kWindowHead : kCodesHead;
             if ((kind != kRecordWindow && kind != kRecordCodes) || !side->take(head, headSize))
                 return nullptr;
             size = loadBytes<uint32_t>(head + headSize - 4);

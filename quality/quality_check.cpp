@@ -147,6 +147,10 @@ constexpr int kTrackedColumns = 64;
 // Signals per system that the first pass can sum per visibility window.
 constexpr int kWindowSignals = 32;
 
+// A window's sums as bytes (closeWindow): per satellite its system index, number, last time
+// and signal count, then per signal its index, epochs, strength count and strength sum.
+constexpr size_t kWindowSatelliteBytes = 1 + 1 + 8 + 1, kWindowSignalBytes = 1 + 4 + 4 + 8;
+
 // What a satellite's signal gave within one visibility window (first pass).
 struct WindowSignal {
     uint32_t epochs = 0;      // satellite epochs with the signal
@@ -815,14 +819,14 @@ struct QualityCheck::State {
         const uint8_t* const end = p + size;
         const double mask = options.elevationMask * gnss::kPi / 180.0;
         while (p != end) {
-            if (end - p < 11) return false;
+            if (size_t(end - p) < kWindowSatelliteBytes) return false;
             const int s = p[0], number = p[1];
             const double lastTime = loadBytes<double>(p + 2);
             const int count = p[10];
-            p += 11;
-            if (size_t(end - p) < size_t(count) * 17) return false;
+            p += kWindowSatelliteBytes;
+            if (size_t(end - p) < size_t(count) * kWindowSignalBytes) return false;
             if (s >= kSystemCount || number < 1 || number > 63) {
-                p += size_t(count) * 17;
+                p += size_t(count) * kWindowSignalBytes;
                 continue;
             }
             SystemAccumulator& system = systems[s];
@@ -831,7 +835,7 @@ struct QualityCheck::State {
             const int elevationBin = sat.hasElevation && sat.elevation >= 0
                                          ? std::min(17, int(sat.elevation * 180 / gnss::kPi / 5))
                                          : -1;
-            for (int i = 0; i < count; ++i, p += 17) {
+            for (int i = 0; i < count; ++i, p += kWindowSignalBytes) {
                 const size_t k = p[0];
                 if (k >= system.signal.size()) continue;
                 SignalAccumulator& sig = system.signal[k];
