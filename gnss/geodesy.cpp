@@ -28,15 +28,20 @@ Geodetic geodeticOf(const Ecef& xyz) {
         g.height = std::fabs(xyz[2]) - kA * std::sqrt(1.0 - kE2);
         return g;
     }
-    // Fixed-point iteration on the latitude: below a micrometre after a few steps.
+    // Fixed-point iteration on the latitude: below a micrometre after a few steps, done once
+    // a step moves it by less than 1e-14 rad; the height then from the latitude reached.
     double lat = std::atan2(xyz[2], r * (1.0 - kE2));
-    double h = 0;
     for (int i = 0; i < 10; ++i) {
         const double s = std::sin(lat);
         const double n = kA / std::sqrt(1.0 - kE2 * s * s);
-        h = r / std::cos(lat) - n;
-        lat = std::atan2(xyz[2], r * (1.0 - kE2 * n / (n + h)));
+        const double h = r / std::cos(lat) - n;
+        const double next = std::atan2(xyz[2], r * (1.0 - kE2 * n / (n + h)));
+        const bool settled = std::fabs(next - lat) < 1e-14;
+        lat = next;
+        if (settled) break;
     }
+    const double s = std::sin(lat);
+    const double h = r / std::cos(lat) - kA / std::sqrt(1.0 - kE2 * s * s);
     g.latitude = lat;
     g.height = h;
     return g;

@@ -20,8 +20,9 @@ Geodetic geodeticOf(const Ecef& position);
 // The directions at a position: the sines and cosines of its latitude and longitude, made
 // once for the many directions seen from one place.
 struct LocalFrame {
+    LocalFrame() = default;
     explicit LocalFrame(const Geodetic& at);
-    double sinLatitude, cosLatitude, sinLongitude, cosLongitude;
+    double sinLatitude = 0, cosLatitude = 1, sinLongitude = 0, cosLongitude = 1;
 };
 // East, north, up of a difference vector.
 Ecef enuOf(const Ecef& delta, const LocalFrame& at);

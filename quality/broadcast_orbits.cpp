@@ -26,18 +26,26 @@ double rotationOf(char system) {
     return system == 'C' ? gnss::kBeidouEarthRotationRate : gnss::kEarthRotationRate;
 }
 
-double eccentricAnomaly(const KeplerEphemeris& eph, double tk, double& a) {
+// The eccentric anomaly at tk from the reference time, with its sine and cosine, by Newton's
+// method: a step of d leaves an error below e d^2, so once a step is under 1e-9 rad the
+// anomaly is exact to the double's precision, and so are the sine and cosine turned on by it.
+double eccentricAnomaly(const KeplerEphemeris& eph, double tk, double& a, double& sinE, double& cosE) {
     a = eph.sqrtA * eph.sqrtA;
     const double n = std::sqrt(muOf(eph.system) / (a * a * a)) + eph.deltaN;
     const double m = eph.m0 + n * tk;
     double e = m;
-    for (int i = 0; i < 20; ++i) {
-        const double next = m + eph.e * std::sin(e);
-        if (std::fabs(next - e) < 1e-13) {
-            e = next;
+    for (int i = 0; i < 30; ++i) {
+        sinE = std::sin(e);
+        cosE = std::cos(e);
+        const double step = (e - eph.e * sinE - m) / (1 - eph.e * cosE);
+        e -= step;
+        if (std::fabs(step) < 1e-9) {
+            const double sinStep = -step, cosStep = 1 - step * step / 2;
+            const double turned = sinE * cosStep + cosE * sinStep;
+            cosE = cosE * cosStep - sinE * sinStep;
+            sinE = turned;
             break;
         }
-        e = next;
     }
     return e;
 }
@@ -50,29 +58,41 @@ double clockPolynomial(const KeplerEphemeris& eph, double t) {
 } // namespace
 
 double keplerClock(const KeplerEphemeris& eph, double t) {
-    double a = 0;
-    const double e = eccentricAnomaly(eph, t - eph.toe, a);
-    return clockPolynomial(eph, t) + gnss::kRelativityF * eph.e * eph.sqrtA * std::sin(e);
+    double a = 0, sinE = 0, cosE = 1;
+    eccentricAnomaly(eph, t - eph.toe, a, sinE, cosE);
+    return clockPolynomial(eph, t) + gnss::kRelativityF * eph.e * eph.sqrtA * sinE;
 }
 
 SatelliteState keplerState(const KeplerEphemeris& eph, double t) {
     SatelliteState s;
     const double tk = t - eph.toe;
-    double a = 0;
-    const double ea = eccentricAnomaly(eph, tk, a);
-    const double v = std::atan2(std::sqrt(1 - eph.e * eph.e) * std::sin(ea), std::cos(ea) - eph.e);
-    const double phi = v + eph.omega;
-    const double s2 = std::sin(2 * phi), c2 = std::cos(2 * phi);
-    const double u = phi + eph.cus * s2 + eph.cuc * c2;
-    const double r = a * (1 - eph.e * std::cos(ea)) + eph.crs * s2 + eph.crc * c2;
+    double a = 0, sinE = 0, cosE = 1;
+    eccentricAnomaly(eph, tk, a, sinE, cosE);
+    // The argument of latitude phi = v + omega and its corrections by sines and cosines
+    // alone: the true anomaly v from E, phi by the sum of angles, u = phi + du with du of a
+    // few 1e-5 rad, where two terms of the series are exact.
+    const double denominator = 1 - eph.e * cosE;
+    const double sinV = std::sqrt(1 - eph.e * eph.e) * sinE / denominator;
+    const double cosV = (cosE - eph.e) / denominator;
+    const double sinOmega = std::sin(eph.omega), cosOmega = std::cos(eph.omega);
+    const double sinPhi = sinV * cosOmega + cosV * sinOmega;
+    const double cosPhi = cosV * cosOmega - sinV * sinOmega;
+    const double s2 = 2 * sinPhi * cosPhi, c2 = cosPhi * cosPhi - sinPhi * sinPhi;
+    const double du = eph.cus * s2 + eph.cuc * c2;
+    const double sinDu = du - du * du * du / 6, cosDu = 1 - du * du / 2;
+    const double sinU = sinPhi * cosDu + cosPhi * sinDu;
+    const double cosU = cosPhi * cosDu - sinPhi * sinDu;
+    const double r = a * denominator + eph.crs * s2 + eph.crc * c2;
     const double i = eph.i0 + eph.idot * tk + eph.cis * s2 + eph.cic * c2;
-    const double xp = r * std::cos(u), yp = r * std::sin(u);
+    const double sinI = std::sin(i), cosI = std::cos(i);
+    const double xp = r * cosU, yp = r * sinU;
     const double we = rotationOf(eph.system);
     if (eph.system == 'C' && isBeidouGeo(eph.number)) {
         const double node = eph.omega0 + eph.omegaDot * tk - we * eph.toeOfWeek;
-        const double xg = xp * std::cos(node) - yp * std::cos(i) * std::sin(node);
-        const double yg = xp * std::sin(node) + yp * std::cos(i) * std::cos(node);
-        const double zg = yp * std::sin(i);
+        const double sinNode = std::sin(node), cosNode = std::cos(node);
+        const double xg = xp * cosNode - yp * cosI * sinNode;
+        const double yg = xp * sinNode + yp * cosI * cosNode;
+        const double zg = yp * sinI;
         const double f = -5.0 * gnss::kPi / 180.0;
         const double y1 = yg * std::cos(f) + zg * std::sin(f);
         const double z1 = -yg * std::sin(f) + zg * std::cos(f);
@@ -80,10 +100,10 @@ SatelliteState keplerState(const KeplerEphemeris& eph, double t) {
         s.position = {xg * std::cos(z) + y1 * std::sin(z), -xg * std::sin(z) + y1 * std::cos(z), z1};
     } else {
         const double node = eph.omega0 + (eph.omegaDot - we) * tk - we * eph.toeOfWeek;
-        s.position = {xp * std::cos(node) - yp * std::cos(i) * std::sin(node),
-                      xp * std::sin(node) + yp * std::cos(i) * std::cos(node), yp * std::sin(i)};
+        const double sinNode = std::sin(node), cosNode = std::cos(node);
+        s.position = {xp * cosNode - yp * cosI * sinNode, xp * sinNode + yp * cosI * cosNode, yp * sinI};
     }
-    s.clock = clockPolynomial(eph, t) + gnss::kRelativityF * eph.e * eph.sqrtA * std::sin(ea);
+    s.clock = clockPolynomial(eph, t) + gnss::kRelativityF * eph.e * eph.sqrtA * sinE;
     s.groupDelay = eph.groupDelay;
     return s;
 }
@@ -145,8 +165,12 @@ SatelliteState glonassState(const GlonassEphemeris& eph, double t, GlonassCache*
     }
     SatelliteState s;
     s.position = {y[0], y[1], y[2]};
-    s.clock = eph.clockBias + eph.relativeFreq * (t - eph.toc);
+    s.clock = glonassClock(eph, t);
     return s;
+}
+
+double glonassClock(const GlonassEphemeris& eph, double t) {
+    return eph.clockBias + eph.relativeFreq * (t - eph.toc);
 }
 
 } // namespace quality

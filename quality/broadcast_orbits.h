@@ -52,6 +52,8 @@ struct GlonassCache {
     Vec3 position{}, velocity{};
 };
 SatelliteState glonassState(const GlonassEphemeris& eph, double t, GlonassCache* cache = nullptr);
+// The clock of glonassState alone: it needs no integration.
+double glonassClock(const GlonassEphemeris& eph, double t);
 
 // BeiDou geostationary satellites use another orbit rotation.
 bool isBeidouGeo(int number);

@@ -362,6 +362,19 @@ bool Navigation::state(char system, int number, double t, SatelliteState& out, O
     return true;
 }
 
+bool Navigation::clock(char system, int number, double t, double& out) const {
+    if (system == 'R') {
+        const GlonassEphemeris* g = glonass(number, t);
+        if (!g) return false;
+        out = glonassClock(*g, t);
+        return true;
+    }
+    const KeplerEphemeris* e = kepler(system, number, t);
+    if (!e) return false;
+    out = keplerClock(*e, t);
+    return true;
+}
+
 size_t Navigation::recordCount() const {
     size_t n = 0;
     for (const auto& list : glonass_)

@@ -37,6 +37,8 @@ public:
         uint64_t generation = 0;
     };
     bool state(char system, int number, double t, SatelliteState& out, OrbitCache& cache) const;
+    // The clock of state() alone (the same record, the same value), without the orbit.
+    bool clock(char system, int number, double t, double& out) const;
     // Builds the index of the records now instead of at the first lookup.
     void buildIndex() const { order(); }
 

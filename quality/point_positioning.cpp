@@ -106,8 +106,13 @@ Troposphere::Troposphere(double height) {
 
 double Troposphere::delay(double elevation) const {
     if (elevation <= 0) return 0;
-    const double z = gnss::kPi / 2 - elevation;
-    return 0.002277 / std::cos(z) * (pressure + (1255.0 / temperature + 0.05) * vapour);
+    return delayAtSine(std::sin(elevation));
+}
+
+double Troposphere::delayAtSine(double sinElevation) const {
+    if (sinElevation <= 0) return 0;
+    // Saastamoinen's zenith delay over the cosine of the zenith angle.
+    return 0.002277 / sinElevation * (pressure + (1255.0 / temperature + 0.05) * vapour);
 }
 
 double troposphereDelay(double height, double elevation) {
@@ -137,9 +142,11 @@ bool PointPositioning::solve(const Epoch& epoch, const Vec3* guess, PositionFix&
         if (!band) continue;
         double frequency = double(gnss::kFrequencyL1);
         if (sat.system == 'C') frequency = double(gnss::kFrequencyB1);
-        SatelliteState s;
+        // The satellite's clock at the signal's nominal transmission time gives the true one:
+        // only there is the orbit needed.
         const double t0 = epoch.time - p / gnss::kSpeedOfLight;
-        if (!nav_.state(sat.system, sat.number, t0, s, orbits_)) continue;
+        double clock0 = 0;
+        if (!nav_.clock(sat.system, sat.number, t0, clock0)) continue;
         if (sat.system == 'R') {
             int channel = 0;
             const auto it = channels_.find(sat.number);
@@ -149,7 +156,8 @@ bool PointPositioning::solve(const Epoch& epoch, const Vec3* guess, PositionFix&
                 channel = g->channel;
             frequency = channel >= -7 && channel <= 6 ? double(gnss::kFrequencyG1) + channel * gnss::kChannelStepG1 : double(gnss::kFrequencyG1);
         }
-        const double t1 = t0 - s.clock;
+        const double t1 = t0 - clock0;
+        SatelliteState s;
         if (!nav_.state(sat.system, sat.number, t1, s, orbits_)) continue;
         candidates_.push_back({sat.system, sat.number, clockIndex, p, frequency, s.position,
                                s.clock - s.groupDelay, true, 0});
@@ -204,12 +212,17 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
         // The elevations and the atmosphere's delays follow the position until it moves by
         // less than a metre: after that they change by far less than the step that ends the
         // iterations.
-        const bool correct = lastStep > 1.0;
         const bool onEarth = std::sqrt(x[0] * x[0] + x[1] * x[1] + x[2] * x[2]) > 6.0e6;
-        const gnss::Geodetic g = gnss::geodeticOf(x);
+        const bool correct = lastStep > 1.0 && onEarth;
         // Per iteration, not per satellite: the receiver's frame and its troposphere.
-        const gnss::LocalFrame frame(g);
-        const Troposphere troposphere(g.height);
+        gnss::Geodetic g;
+        gnss::LocalFrame frame;
+        Troposphere troposphere;
+        if (correct) {
+            g = gnss::geodeticOf(x);
+            frame = gnss::LocalFrame(g);
+            troposphere = Troposphere(g.height);
+        }
         double n[kMaxUnknowns][kMaxUnknowns] = {};
         double q[kMaxUnknowns][kMaxUnknowns] = {};
         double b[kMaxUnknowns] = {};
@@ -234,6 +247,7 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
                     const gnss::Ecef enu = gnss::enuOf({sat[0] - x[0], sat[1] - x[1], sat[2] - x[2]}, frame);
                     const double horizontal = std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]);
                     c.elevation = std::atan2(enu[2], horizontal);
+                    const double up = enu[2] / std::sqrt(horizontal * horizontal + enu[2] * enu[2]);
                     c.iono = 0;
                     if (nav_.hasKlobuchar()) {
                         // The azimuth's cosine and sine straight from north and east.
@@ -245,8 +259,8 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
                             scale * klobucharDelay(nav_.alpha(), nav_.beta(), sow, g.latitude, g.longitude,
                                                    cosAzimuth, sinAzimuth, std::max(c.elevation, 0.0));
                     }
-                    c.tropo = troposphere.delay(c.elevation);
-                    const double s = std::max(std::sin(c.elevation), 0.1);
+                    c.tropo = troposphere.delayAtSine(up);
+                    const double s = std::max(up, 0.1); // the elevation's sine
                     c.weight = s * s;
                 }
                 elevation = c.elevation;

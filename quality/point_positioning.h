@@ -63,9 +63,12 @@ double klobucharDelay(const std::array<double, 4>& alpha, const std::array<doubl
 double troposphereDelay(double height, double elevation);
 // The same delay for many elevations at one height: the height's terms computed once.
 struct Troposphere {
+    Troposphere() = default;
     explicit Troposphere(double height);
     double delay(double elevation) const;
-    double pressure, temperature, vapour;
+    // The same from the elevation's sine.
+    double delayAtSine(double sinElevation) const;
+    double pressure = 0, temperature = 0, vapour = 0;
 };
 
 } // namespace quality
