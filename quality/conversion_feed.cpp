@@ -35,7 +35,6 @@ constexpr uint8_t kRecordEpoch = 'D', kRecordCodes = 'P', kRecordWindow = 'W', k
 constexpr uint8_t kPositioned = 1, kWindowStart = 2;
 constexpr uint8_t kElsewhere = 0;
 constexpr size_t kEpochHead = 17, kCodesHead = 4, kWindowHead = 16; // bytes after the kind
-constexpr int kMaxFields = 256;
 
 bool malformedEpoch(const gnss::CalendarTime& c, int satellites) {
     return c.year < 1980 || c.year >= 2200 || satellites > 999;
@@ -99,7 +98,9 @@ public:
     }
 
     // A satellite line of the epoch that counts (system index s), after the last one's end.
-    void satellite(char letter, int s, int number, const rinex::ObservedValue* values, int count);
+    // It is held until then: the next line may announce a column that changes the system's
+    // slip bands before any of its lines has been counted.
+    void satellite(char letter, int s, int number, const TrackedSatellite::Column* columns, uint64_t used);
     void endSatellite();
     // A line of the other side in a positioned epoch: its codes are in the other file.
     void elsewhere() {
@@ -156,42 +157,21 @@ private:
     std::vector<uint8_t> codes_;
 };
 
-void ConversionFeed::Lines::satellite(char letter, int s, int number, const rinex::ObservedValue* values,
-                                      int count) {
+void ConversionFeed::Lines::satellite(char letter, int s, int number, const TrackedSatellite::Column* columns,
+                                      uint64_t used) {
+    // A column the writer did not announce: the check reads the file.
+    if (columnCount_[s] < 64 && (used >> columnCount_[s]) != 0) {
+        check_.trackingFailed(tracker_);
+        return;
+    }
     satelliteOpen_ = true;
     satelliteLetter_ = letter;
     satelliteSystem_ = s;
     satelliteNumber_ = number;
-    columnsUsed_ = 0;
-    const int columnCount = columnCount_[s];
-    int lastField = -1;
-    for (int i = 0; i < count; ++i) {
-        const int field = values[i].field;
-        // The 14-character form's rounding, as the writer made it; blank fields count nowhere.
-        if (values[i].thousandths < 0) continue;
-        const bool negative = values[i].value < 0;
-        if (field < 0 || field >= kMaxFields) continue;
-        const int column = field >> 2, kind = field & 3;
-        if (column >= columnCount || field <= lastField) {
-            // A column the writer did not announce, or fields out of order: the check reads the file.
-            satelliteOpen_ = false;
-            check_.trackingFailed(tracker_);
-            return;
-        }
-        lastField = field;
-        const uint64_t thousandths = uint64_t(values[i].thousandths);
-        TrackedSatellite::Column& c = columns_[column];
-        if (!(columnsUsed_ >> column & 1)) {
-            columnsUsed_ |= uint64_t(1) << column;
-            c.fields = 0;
-            c.lli = 0;
-            c.negative = 0;
-        }
-        const uint8_t bit = uint8_t(1 << kind);
-        c.fields |= bit;
-        if (values[i].lossOfLock != 0) c.lli |= bit;
-        if (negative) c.negative |= bit;
-        c.thousandths[kind] = thousandths;
+    columnsUsed_ = used;
+    for (uint64_t left = used; left != 0; left &= left - 1) {
+        const int c = __builtin_ctzll(left);
+        columns_[c] = columns[c];
     }
 }
 
@@ -219,7 +199,7 @@ void ConversionFeed::Lines::endSatellite() {
         const Code& code = columnCodes_[satelliteSystem_][c];
         codes.push_back(uint8_t(code.band));
         codes.push_back(uint8_t(code.attribute));
-        appendBytes(codes, columns_[c].value(0));
+        appendBytes(codes, fieldValue(columns_[c], 0));
         ++n;
     }
     codes[countAt] = n;
@@ -241,11 +221,11 @@ public:
         open_ = !malformedEpoch(c, satellites);
         if (open_) lines.beginEpoch(epochTime(c));
     }
-    void satellite(char system, int number, const rinex::ObservedValue* values, int count) override {
+    void satellite(char system, int number, const rinex::ObservedColumn* columns, uint64_t used) override {
         lines.endSatellite();
         const int s = systemIndex(system);
         if (!open_ || number < 1 || number > 63 || s == 7) return;
-        lines.satellite(system, s, number, values, count);
+        lines.satellite(system, s, number, columns, used);
     }
     void eventLine(const char*, int) override {}
     void signalColumn(char system, int column, char band, char attribute) override {
@@ -358,9 +338,9 @@ bool ConversionFeed::satelliteLineCounts(char system, int number) {
     return pending_ && epoch_.flag == 0;
 }
 
-void ConversionFeed::satellite(char system, int number, const rinex::ObservedValue* values, int count) {
+void ConversionFeed::satellite(char system, int number, const rinex::ObservedColumn* columns, uint64_t used) {
     if (satelliteLineCounts(system, number))
-        lines_->satellite(system, systemIndex(system), number, values, count);
+        lines_->satellite(system, systemIndex(system), number, columns, used);
 }
 
 void ConversionFeed::satelliteElsewhere(char system, int number) {

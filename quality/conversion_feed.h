@@ -47,7 +47,7 @@ public:
     ConversionFeed& operator=(const ConversionFeed&) = delete;
 
     void epoch(int64_t gpsMilliseconds, int satellites) override;
-    void satellite(char system, int number, const rinex::ObservedValue* values, int count) override;
+    void satellite(char system, int number, const rinex::ObservedColumn* columns, uint64_t used) override;
     void eventLine(const char* text, int length) override;
     void signalColumn(char system, int column, char band, char attribute) override;
     void glonassChannel(int slot, int channel) override;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <map>
 
 #include "gnss/constants.h"
@@ -83,6 +84,9 @@ struct SystemAccumulator {
 
 // The constants of a satellite's pair of carrier frequencies, computed when the pair changes.
 struct CarrierPair {
+    // The signals and GLONASS channel they were computed for.
+    char signals[4] = {0, 0, 0, 0};
+    int channel = 0;
     double fa = 0, fb = 0;
     double la = 0, lb = 0, lw = 0;                     // wavelengths: a, b, wide lane
     double mpA1 = 0, mpB1 = 0, mpA2 = 0, mpB2 = 0;     // multipath coefficients of the phases
@@ -101,7 +105,7 @@ struct SatelliteAccumulator {
     MultipathArc mp[2];
     // Elevation from the broadcast orbit.
     bool hasElevation = false;
-    double elevation = 0, azimuth = 0; // rad
+    double elevation = 0; // rad
     // For the sky track: seen and last seen, as the visibility update knows them.
     bool skySeen = false;
     double skyLastTime = -1;
@@ -324,14 +328,21 @@ struct QualityCheck::State {
             SatelliteState state;
             if (!nav->state(letter, number, t - 0.075, state)) continue;
             SatelliteAccumulator& sat = satellites[s][number];
-            gnss::azimuthElevation(receiver, frame, state.position, sat.azimuth, sat.elevation);
+            // The azimuth only for a point of the sky plot.
+            const gnss::Ecef enu =
+                gnss::enuOf({state.position[0] - receiver[0], state.position[1] - receiver[1],
+                             state.position[2] - receiver[2]},
+                            frame);
+            sat.elevation = std::atan2(enu[2], std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]));
             sat.hasElevation = true;
             visibilityAvailable = true;
             if (sat.elevation >= mask) ++systems[s].visibleNow;
             if (sat.elevation > 0 && sat.skySeen && t - sat.skyLastTime <= 1.5 * currentInterval() &&
                 t - sat.lastSky >= sat.skyStep) {
                 sat.lastSky = t;
-                sat.sky.push_back({sat.azimuth * 180 / gnss::kPi, sat.elevation * 180 / gnss::kPi});
+                double azimuth = std::atan2(enu[0], enu[1]);
+                if (azimuth < 0) azimuth += 2 * gnss::kPi;
+                sat.sky.push_back({azimuth * 180 / gnss::kPi, sat.elevation * 180 / gnss::kPi});
                 if (sat.sky.size() >= 300) { // keep every second point from now on
                     size_t k = 0;
                     for (size_t i = 0; i < sat.sky.size(); i += 2)
@@ -473,16 +484,29 @@ struct QualityCheck::State {
         bool gfSlip = false, mwSlip = false;
         double gf = 0, nw = 0, fa = 0, fb = 0, la = 0, lb = 0;
         const bool dual = phase[0] && phase[1];
+        CarrierPair& pair = sat.carriers;
+        bool known = false; // the pair's constants are those of these signals
         if (dual) {
             const int channel = letter != 'R' ? 0
                                 : tracker     ? trackedGlonassChannel(number, *tracker)
                                               : glonassChannel(number, t);
-            fa = carrierFrequency(letter, phase[0]->band, phase[0]->attribute, channel);
-            fb = carrierFrequency(letter, phase[1]->band, phase[1]->attribute, channel);
+            const char signals[4] = {phase[0]->band, phase[0]->attribute, phase[1]->band,
+                                     phase[1]->attribute};
+            known = channel == pair.channel && std::memcmp(signals, pair.signals, 4) == 0;
+            if (known) {
+                fa = pair.fa;
+                fb = pair.fb;
+            } else {
+                fa = carrierFrequency(letter, phase[0]->band, phase[0]->attribute, channel);
+                fb = carrierFrequency(letter, phase[1]->band, phase[1]->attribute, channel);
+                if (fa > 0 && fb > 0 && fa != fb) { // the constants follow below
+                    std::memcpy(pair.signals, signals, 4);
+                    pair.channel = channel;
+                }
+            }
         }
         const bool usable = dual && fa > 0 && fb > 0 && fa != fb;
-        CarrierPair& pair = sat.carriers;
-        if (usable && (pair.fa != fa || pair.fb != fb)) {
+        if (usable && !known && (pair.fa != fa || pair.fb != fb)) {
             pair.fa = fa;
             pair.fb = fb;
             pair.la = gnss::kSpeedOfLight / fa;
@@ -704,7 +728,6 @@ struct QualityCheck::State {
         SystemAccumulator& system = systems[s];
         SatelliteAccumulator& sat = satellites[s][in.number];
         system.tracked = true;
-        const long stamp = ++system.satelliteEpochStamp;
         const bool newArc =
             sat.lastTime < 0 || t <= sat.lastTime || beyondTrackedStep(t - sat.lastTime, tracker);
         startSatellite(sat, t, newArc);
@@ -715,6 +738,7 @@ struct QualityCheck::State {
         // The fields come in the order of the record's observations: column by column, and
         // code, phase, Doppler, strength within a column.
         TrackedColumn* const columns = trackedColumns[s];
+        uint32_t lineSignals = 0; // bit k: signal k counted for this line
         Observation phases[2], codes[2];
         const Observation* phase[2] = {nullptr, nullptr};
         const Observation* code[2] = {nullptr, nullptr};
@@ -738,35 +762,33 @@ struct QualityCheck::State {
                 column.signal = si;
                 if (si >= kWindowSignals) tracker.broken = true; // beyond the window sums
             }
-            SignalAccumulator& sig = system.signal[size_t(column.signal)];
+            // The signal's totals are the sums of its windows (closeWindow).
+            const uint32_t signalBit = uint32_t(1) << (column.signal & (kWindowSignals - 1));
             WindowSignal& windowSignal = window.signal[column.signal & (kWindowSignals - 1)];
-            if (sig.stamp != stamp) {
-                sig.stamp = stamp;
-                ++sig.observations;
+            if (!(lineSignals & signalBit)) {
+                lineSignals |= signalBit;
                 ++windowSignal.epochs;
-                window.signalsUsed |= uint32_t(1) << (column.signal & (kWindowSignals - 1));
             }
             // A strength in (0, 100) dB-Hz.
-            const uint64_t strength = values.thousandths[3];
+            const uint64_t strength = uint64_t(values.thousandths[3]);
             if ((fields & 8) && !(values.negative & 8) && strength > 0 && strength < 100000) {
-                sig.cn0Thousandths += int64_t(strength);
-                ++sig.cn0Count;
                 ++windowSignal.strengths;
                 windowSignal.strengthSum += strength;
             }
             if ((fields & 2) && values.thousandths[1] != 0) {
                 anyPhase = true;
-                if ((values.lli & 2) &&
+                if ((values.lossOfLock & 2) &&
                     (!system.bands[0] || column.band == system.bands[0] || column.band == system.bands[1]))
                     lossOfLock = true;
                 for (int f = 0; f < 2; ++f)
                     if (column.band == system.bands[f] && !phase[f]) {
-                        phases[f] = Observation{'L', column.band, column.attribute, values.value(1),
-                                                (values.lli >> 1) & 1};
+                        phases[f] = Observation{'L', column.band, column.attribute, fieldValue(values, 1),
+                                                (values.lossOfLock >> 1) & 1};
                         phase[f] = &phases[f];
                     }
             }
         }
+        window.signalsUsed |= lineSignals;
         for (int f = 0; f < 2; ++f) {
             if (!phase[f]) continue;
             for (uint64_t left = in.columns; left != 0; left &= left - 1) {
@@ -776,7 +798,7 @@ struct QualityCheck::State {
                 if ((values.fields & 1) && column.band == system.bands[f] && values.thousandths[0] != 0 &&
                     (!code[f] || (column.attribute == phase[f]->attribute &&
                                   code[f]->attribute != phase[f]->attribute))) {
-                    codes[f] = Observation{'C', column.band, column.attribute, values.value(0), 0};
+                    codes[f] = Observation{'C', column.band, column.attribute, fieldValue(values, 0), 0};
                     code[f] = &codes[f];
                 }
             }
@@ -801,6 +823,11 @@ struct QualityCheck::State {
                 for (uint32_t used = w.signalsUsed; used != 0; used &= used - 1) {
                     const int k = __builtin_ctz(used);
                     WindowSignal& signal = w.signal[k];
+                    // The signal's totals (this thread's: the system is its tracker's).
+                    SignalAccumulator& total = systems[s].signal[size_t(k)];
+                    total.observations += signal.epochs;
+                    total.cn0Thousandths += int64_t(signal.strengthSum);
+                    total.cn0Count += signal.strengths;
                     out.push_back(uint8_t(k));
                     appendBytes(out, signal.epochs);
                     appendBytes(out, signal.strengths);
@@ -852,8 +879,8 @@ struct QualityCheck::State {
     }
 };
 
-double TrackedSatellite::Column::value(int k) const {
-    return fixedThreeDecimals(thousandths[k], (negative >> k) & 1);
+double fieldValue(const TrackedSatellite::Column& column, int k) {
+    return fixedThreeDecimals(uint64_t(column.thousandths[k]), (column.negative >> k) & 1);
 }
 
 QualityCheck::QualityCheck(Options options) : s_(new State) {

@@ -13,6 +13,7 @@
 #include "quality/observations.h"
 #include "quality/point_positioning.h"
 #include "quality/report.h"
+#include "rinex/epoch_observer.h"
 
 namespace quality {
 
@@ -27,22 +28,18 @@ struct Options {
     double positionInterval = 0;
 };
 
-// One satellite line of a conversion as the writer hands it over, field by field: four fields
-// (code, phase, Doppler, strength) per signal column of the system.
+// One satellite line of a conversion as the writer hands it over: four fields (code, phase,
+// Doppler, strength) per signal column of the system.
 struct TrackedSatellite {
-    struct Column {
-        uint8_t fields = 0;   // bit k: field k holds a value
-        uint8_t lli = 0;      // bit k: its loss-of-lock digit is 1
-        uint8_t negative = 0; // bit k: field k's value is negative
-        uint64_t thousandths[4] = {}; // the values' magnitudes as the 14-character form rounds them
-        // Field k's value as a reader parses the written field: computed only where needed.
-        double value(int k) const;
-    };
+    using Column = rinex::ObservedColumn;
     int system = 0; // systemIndex
     int number = 0;
     uint64_t columns = 0; // bit c: column c holds a value
     const Column* column = nullptr;
 };
+
+// Field k's value of a column as a reader parses the written field.
+double fieldValue(const TrackedSatellite::Column& column, int k);
 
 class QualityCheck {
 public:

@@ -10,24 +10,37 @@
 
 namespace rinex {
 
-// One observation field of a satellite line: its index in the line (four per signal column:
-// code, phase, Doppler, strength), the value given to the 14-character form, the loss-of-lock
-// digit (0 or 1), and the value's magnitude in thousandths as the form rounds it, -1 when the
-// form leaves the field blank (rinex::fixed14Thousandths).
-struct ObservedValue {
-    int field;
-    int lossOfLock;
-    double value;
-    int64_t thousandths;
+// One signal column of a satellite line as written: its four fields (code, phase, Doppler,
+// strength) as the 14-character form gives them, without the text.
+struct ObservedColumn {
+    uint8_t fields = 0;     // bit k: field k holds a value (the form does not leave it blank)
+    uint8_t lossOfLock = 0; // bit k: field k's loss-of-lock digit is 1
+    uint8_t negative = 0;   // bit k: field k's value is negative
+    // Field k's magnitude in thousandths as the form rounds it (rinex::fixed14Thousandths),
+    // where bit k of fields is set.
+    int64_t thousandths[4] = {};
 };
+
+// Field `kind` of a column from a value and its magnitude in thousandths as the 14-character
+// form rounds it (-1: the form leaves the field blank, and the column holds nothing of it).
+inline void observeField(ObservedColumn& column, int kind, bool lossOfLock, double value,
+                         int64_t thousandths) {
+    if (thousandths < 0) return;
+    const uint8_t bit = uint8_t(1u << kind);
+    column.fields |= bit;
+    if (lossOfLock) column.lossOfLock |= bit;
+    if (value < 0) column.negative |= bit;
+    column.thousandths[kind] = thousandths;
+}
 
 class EpochObserver {
 public:
     virtual ~EpochObserver() = default;
     // An observation epoch record (flag 0): its time and the count of satellite lines that
-    // follow, each handed over by satellite() with its values in the order of their fields.
+    // follow, each handed over by satellite() with its signal columns: column c at columns[c]
+    // where bit c of `used` is set (a column with at least one field that is not blank).
     virtual void epoch(int64_t gpsMilliseconds, int satellites) = 0;
-    virtual void satellite(char system, int number, const ObservedValue* values, int count) = 0;
+    virtual void satellite(char system, int number, const ObservedColumn* columns, uint64_t used) = 0;
     // A line of an event record (the epoch line first) as written, without its line end.
     virtual void eventLine(const char* text, int length) = 0;
     // Column `column` of the system's satellite lines holds the fields of the signal band +

@@ -154,15 +154,15 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
             observer->signalColumn(first->system, told, headerBand(first->system, c.code), c.code[1]);
         }
     }
-    // The line's values for the observer, handed over when the line is done.
-    rinex::ObservedValue observed[Observe ? 4 * kMaxColumns : 1];
-    int observedCount = 0;
+    // The line's columns for the observer, handed over when the line is done.
+    rinex::ObservedColumn observed[Observe ? kMaxColumns : 1];
+    uint64_t observedColumns = 0;
     // A field's value in the 14-character form at out and for the observer, rounded once.
-    auto fieldValue = [&](char* out, int field, bool lossOfLock, double value) {
+    auto fieldValue = [&](char* out, rinex::ObservedColumn& column, int kind, bool lossOfLock, double value) {
         const int64_t thousandths = rinex::fixed14Thousandths(value);
         if constexpr (Format) rinex::formatFixed14(out, value < 0, thousandths);
-        if constexpr (Observe) observed[observedCount++] = {field, lossOfLock, value, thousandths};
-        (void)out, (void)field, (void)lossOfLock;
+        if constexpr (Observe) rinex::observeField(column, kind, lossOfLock, value, thousandths);
+        (void)out, (void)column, (void)kind, (void)lossOfLock;
     };
 
     // "%c%02d" without printf: it runs once per satellite line.
@@ -187,11 +187,13 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
             continue;
         }
 
+        rinex::ObservedColumn& o = observed[Observe ? column : 0];
+
         // Pseudorange.
         if (e->pseudorangeValid) {
             char lli = ' ';
             const double pseudorange = rinex::foldObservation(e->pseudorange, lli);
-            fieldValue(p, 4 * column, lli == '1', pseudorange);
+            fieldValue(p, o, 0, lli == '1', pseudorange);
             if constexpr (Format) {
                 p[14] = lli;
                 p[15] = ' ';
@@ -220,7 +222,7 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
             }
         }
         if (e->phaseValid) {
-            fieldValue(p, 4 * column + 1, lli == '1', phase);
+            fieldValue(p, o, 1, lli == '1', phase);
             if constexpr (Format) {
                 p[14] = lli;
                 p[15] = char('0' + rinex::signalStrengthDigit(e->cn0));
@@ -231,22 +233,24 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
 
         // Doppler, then signal strength.
         if constexpr (Format) p += kFieldWidth;
-        fieldValue(p, 4 * column + 2, false, double(e->doppler));
+        fieldValue(p, o, 2, false, double(e->doppler));
         if constexpr (Format) {
             p[14] = ' ';
             p[15] = ' ';
             p += kFieldWidth;
         }
-        fieldValue(p, 4 * column + 3, false, double(e->cn0));
+        fieldValue(p, o, 3, false, double(e->cn0));
         if constexpr (Format) {
             p[14] = ' ';
             p[15] = ' ';
             p += kFieldWidth;
         }
+        if constexpr (Observe)
+            if (o.fields != 0) observedColumns |= uint64_t(1) << column;
     }
 
-    if constexpr (Observe) observer->satellite(first->system, first->satellite, observed, observedCount);
-    (void)observedCount;
+    if constexpr (Observe) observer->satellite(first->system, first->satellite, observed, observedColumns);
+    (void)observedColumns;
     if constexpr (!Format) return 0;
     while (p > line && p[-1] == ' ')
         --p;

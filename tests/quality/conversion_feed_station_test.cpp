@@ -150,7 +150,8 @@ std::unique_ptr<FedStation> feedStation(bool headerPosition, const std::string& 
                 fields[size_t(4 * layout.column(sat.system, o.band, o.attribute) + kindOf(o.type))] = &o;
             std::snprintf(line, sizeof line, "%c%02d", sat.system, sat.number);
             std::string record = line;
-            std::vector<rinex::ObservedValue> values;
+            std::vector<rinex::ObservedColumn> values(columns);
+            uint64_t used = 0;
             for (size_t f = 0; f < fields.size(); ++f) {
                 if (!fields[f]) {
                     record += std::string(16, ' ');
@@ -159,13 +160,14 @@ std::unique_ptr<FedStation> feedStation(bool headerPosition, const std::string& 
                 const bool lossOfLock = (fields[f]->lli & 1) != 0;
                 std::snprintf(line, sizeof line, "%14.3f%c ", fields[f]->value, lossOfLock ? '1' : ' ');
                 record += line;
-                values.push_back({int(f), lossOfLock ? 1 : 0, fields[f]->value,
-                                  rinex::fixed14Thousandths(fields[f]->value)});
+                const int64_t thousandths = rinex::fixed14Thousandths(fields[f]->value);
+                rinex::observeField(values[f / 4], int(f % 4), lossOfLock, fields[f]->value, thousandths);
+                if (thousandths >= 0) used |= uint64_t(1) << (f / 4);
             }
             while (!record.empty() && record.back() == ' ')
                 record.pop_back();
             text += record + "\n";
-            feed.satellite(sat.system, sat.number, values.data(), int(values.size()));
+            feed.satellite(sat.system, sat.number, values.data(), used);
         }
     }
     station->obsPath = testing::TempDir() + name + ".20O";

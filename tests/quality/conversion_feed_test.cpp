@@ -65,16 +65,19 @@ FedRun writeAndFeed(const std::vector<int64_t>& milliseconds, const char* name) 
             const double l2 = range / 0.244210213424568;
             const double values[8] = {c1, l1, -1300.25 + s, 45.5 - k, c2, l2, -1010.75 + s, 38.25 + k};
             const int lli[8] = {0, k == 1 && s >= 20 && s < 21 ? 1 : 0, 0, 0, 0, 0, 0, 0};
-            rinex::ObservedValue observed[8];
+            rinex::ObservedColumn observed[2];
+            uint64_t used = 0;
             std::snprintf(line, sizeof line, "G%02d", numbers[k]);
             text += line;
             for (int f = 0; f < 8; ++f) {
-                observed[f] = {f, lli[f], values[f], rinex::fixed14Thousandths(values[f])};
+                rinex::observeField(observed[f / 4], f % 4, lli[f] != 0, values[f],
+                                    rinex::fixed14Thousandths(values[f]));
+                used |= uint64_t(1) << (f / 4);
                 std::snprintf(line, sizeof line, "%14.3f%c ", values[f], lli[f] ? '1' : ' ');
                 text += line;
             }
             text += "\n";
-            feed.satellite('G', numbers[k], observed, 8);
+            feed.satellite('G', numbers[k], observed, used);
         }
     }
     {

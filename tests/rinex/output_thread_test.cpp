@@ -112,13 +112,17 @@ public:
     void epoch(int64_t gpsMilliseconds, int satellites) override {
         calls += "E " + std::to_string(gpsMilliseconds) + " " + std::to_string(satellites) + "\n";
     }
-    void satellite(char system, int number, const rinex::ObservedValue* values, int count) override {
+    void satellite(char system, int number, const rinex::ObservedColumn* columns, uint64_t used) override {
         calls += std::string("S ") + system + std::to_string(number);
         char value[64];
-        for (int i = 0; i < count; ++i) {
-            std::snprintf(value, sizeof value, " %d/%d/%.17g", values[i].field, values[i].lossOfLock,
-                          values[i].value);
-            calls += value;
+        for (int c = 0; c < 64; ++c) {
+            if (!(used >> c & 1)) continue;
+            for (int k = 0; k < 4; ++k) {
+                if (!(columns[c].fields >> k & 1)) continue;
+                std::snprintf(value, sizeof value, " %d/%d/%s%lld", 4 * c + k, columns[c].lossOfLock >> k & 1,
+                              columns[c].negative >> k & 1 ? "-" : "", (long long)columns[c].thousandths[k]);
+                calls += value;
+            }
         }
         calls += "\n";
     }

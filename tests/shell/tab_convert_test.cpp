@@ -292,7 +292,7 @@ TEST_F(TabConvert, ProgressSlotAppendsALineAndMovesTheBar) {
 }
 
 TEST_F(TabConvert, ClickDuringRunCancelsAndPausesTheButtonForOneSecond) {
-    const QString input = longInput(dir, 40);
+    const QString input = longInput(dir, 200);
     ASSERT_FALSE(input.isEmpty());
     TabBinaryToRinex3 tab(input);
     const QString output = dir.filePath("cancel.20O");
@@ -322,7 +322,7 @@ TEST_F(TabConvert, ClickDuringRunCancelsAndPausesTheButtonForOneSecond) {
 }
 
 TEST_F(TabConvert, ClosingTabDuringRunStopsWithinOneSecond) {
-    const QString input = longInput(dir, 40);
+    const QString input = longInput(dir, 200);
     ASSERT_FALSE(input.isEmpty());
     auto* tab = new TabBinaryToRinex3(input);
     const QString output = dir.filePath("closed.20O");

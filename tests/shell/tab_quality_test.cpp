@@ -215,7 +215,8 @@ TEST_F(TabQuality, CancelledConversionShowsNoSummaryAndWritesNoReport) {
     {
         QFile file(input);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        for (int i = 0; i < 40; ++i)
+        // Long enough (32 MB) that the click comes while it runs, on any machine.
+        for (int i = 0; i < 200; ++i)
             file.write(data);
     }
     TabBinaryToRinex3 tab(input);
