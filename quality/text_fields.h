@@ -26,8 +26,9 @@ FieldKind parseFixed(const char* p, size_t len, double& value);
 // Inline: a conversion's check calls it for every value.
 extern const double* const kThreeDecimalFractions; // ".000" to ".999" as parseFixed sums them
 inline double fixedThreeDecimals(uint64_t thousandths, bool negative) {
-    // Whole digits accumulate exactly in parseFixed; the sum is the same one.
-    const double whole = double(thousandths / 1000);
+    // Whole digits accumulate exactly in parseFixed; the sum is the same one. A field holds
+    // less than 2^63 thousandths: the signed conversion is exact and cheaper.
+    const double whole = double(int64_t(thousandths / 1000));
     const double value = whole + kThreeDecimalFractions[thousandths % 1000];
     return negative ? -value : value;
 }

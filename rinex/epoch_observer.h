@@ -11,14 +11,15 @@
 namespace rinex {
 
 // One signal column of a satellite line as written: its four fields (code, phase, Doppler,
-// strength) as the 14-character form gives them, without the text.
+// strength) as the 14-character form gives them, without the text. No initial values: the
+// writer clears ({}) only the columns a line uses.
 struct ObservedColumn {
-    uint8_t fields = 0;     // bit k: field k holds a value (the form does not leave it blank)
-    uint8_t lossOfLock = 0; // bit k: field k's loss-of-lock digit is 1
-    uint8_t negative = 0;   // bit k: field k's value is negative
+    uint8_t fields;     // bit k: field k holds a value (the form does not leave it blank)
+    uint8_t lossOfLock; // bit k: field k's loss-of-lock digit is 1
+    uint8_t negative;   // bit k: field k's value is negative
     // Field k's magnitude in thousandths as the form rounds it (rinex::fixed14Thousandths),
     // where bit k of fields is set.
-    int64_t thousandths[4] = {};
+    int64_t thousandths[4];
 };
 
 // Field `kind` of a column from a value and its magnitude in thousandths as the 14-character

@@ -188,6 +188,7 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
         }
 
         rinex::ObservedColumn& o = observed[Observe ? column : 0];
+        if constexpr (Observe) o = rinex::ObservedColumn{};
 
         // Pseudorange.
         if (e->pseudorangeValid) {

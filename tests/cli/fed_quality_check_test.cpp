@@ -270,6 +270,18 @@ TEST(FedQualityCheck, WithoutTheCheckNothingIsReported) {
 }
 
 TEST(FedQualityCheck, ThreeDecimalValuesEqualTheParsedText) {
+    // Every three decimals with a few whole parts, then random values.
+    for (const uint64_t whole : {0ull, 1ull, 7ull, 20200000ull, 9999999999ull})
+        for (uint64_t decimals = 0; decimals < 1000; ++decimals) {
+            const uint64_t thousandths = whole * 1000 + decimals;
+            char text[32];
+            std::snprintf(text, sizeof text, "%llu.%03llu", (unsigned long long)whole,
+                          (unsigned long long)decimals);
+            double parsed = 0;
+            ASSERT_EQ(quality::parseFixed(text, std::strlen(text), parsed), quality::FieldKind::Number);
+            const double computed = quality::fixedThreeDecimals(thousandths, false);
+            ASSERT_EQ(std::memcmp(&parsed, &computed, sizeof parsed), 0) << text;
+        }
     std::mt19937_64 random(7);
     for (int i = 0; i < 200000; ++i) {
         const uint64_t thousandths = random() % 10000000000000ull;

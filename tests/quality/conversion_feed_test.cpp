@@ -65,7 +65,7 @@ FedRun writeAndFeed(const std::vector<int64_t>& milliseconds, const char* name) 
             const double l2 = range / 0.244210213424568;
             const double values[8] = {c1, l1, -1300.25 + s, 45.5 - k, c2, l2, -1010.75 + s, 38.25 + k};
             const int lli[8] = {0, k == 1 && s >= 20 && s < 21 ? 1 : 0, 0, 0, 0, 0, 0, 0};
-            rinex::ObservedColumn observed[2];
+            rinex::ObservedColumn observed[2] = {};
             uint64_t used = 0;
             std::snprintf(line, sizeof line, "G%02d", numbers[k]);
             text += line;
