@@ -50,7 +50,8 @@ public:
     virtual void signalColumn(char system, int column, char band, char attribute) {
         (void)system, (void)column, (void)band, (void)attribute;
     }
-    // The frequency channel of a GLONASS slot as the header will list it (the last one told).
+    // The frequency channel of a GLONASS slot as the header will list it (the last one told),
+    // told before the first line of the slot that has it and again whenever it changes.
     virtual void glonassChannel(int slot, int channel) { (void)slot, (void)channel; }
 
     // With an output thread the observer may take the satellite lines of some systems on that

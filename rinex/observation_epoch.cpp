@@ -213,7 +213,14 @@ int Rinex3xx::satelliteLine(char* line, SignalMap& signalMap, rinex::EpochObserv
             // A channel beyond the header's two-character field is damaged data: not listed.
             if (e->glonassFrequency >= -9 && e->glonassFrequency <= 99) {
                 if constexpr (Format) glonassSlots_.insert(e->satellite, e->glonassFrequency);
-                if constexpr (Observe) observer->glonassChannel(e->satellite, e->glonassFrequency);
+                if constexpr (Observe) {
+                    // Told when it first appears and when it changes: the observer keeps the last.
+                    int& told = observedChannels_[e->satellite];
+                    if (told != e->glonassFrequency) {
+                        observer->glonassChannel(e->satellite, e->glonassFrequency);
+                        told = e->glonassFrequency;
+                    }
+                }
             }
             const double bias = glonassBias(e->code);
             if (bias != 0.0) {

@@ -226,6 +226,7 @@ qint64 Rinex3xx::open(const QString& path) {
     signalMap_ = presetSignals_;
     signalMap_.detach(); // the epoch writer changes it; detach now, not on the first epoch
     std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
+    std::fill(std::begin(observedChannels_), std::end(observedChannels_), kChannelNotTold);
     observedSignalsCurrent_ = false;
     navigation_.reset();
     navigation_.setVersion(version_);
@@ -321,6 +322,7 @@ void Rinex3xx::setEpochObserver(rinex::EpochObserver* observer) {
     }
     epochObserver_ = observer;
     std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
+    std::fill(std::begin(observedChannels_), std::end(observedChannels_), kChannelNotTold);
     observedSignalsCurrent_ = false;
 }
 

@@ -3,6 +3,8 @@
 // The RINEX 3.0x writer: takes options through its setters, opens the five output files,
 // receives every board frame and text line of the stream, writes observation epochs and
 // navigation records as they come and the headers in place at close.
+#include <climits>
+
 #include <QByteArray>
 #include <QFile>
 #include <QList>
@@ -365,6 +367,9 @@ private:
     std::vector<char> rinex2Records_;
     rinex::EpochObserver* epochObserver_ = nullptr;
     int observedColumns_[256] = {}; // per system letter, the columns the observer was told of
+    // Per GLONASS slot, the channel the observer was told last (kChannelNotTold before).
+    static constexpr int kChannelNotTold = INT_MIN;
+    int observedChannels_[100];
     // observeEpoch's copy of the columns, on the decoding thread: the same steps on the same
     // epochs give the same columns as the output thread's signalMap_.
     SignalMap observedSignals_;
