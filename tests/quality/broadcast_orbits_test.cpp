@@ -45,22 +45,23 @@ quality::SatelliteState textbook(const KeplerEphemeris& eph, double t) {
     const double i = eph.i0 + eph.idot * tk + eph.cis * std::sin(2 * phi) + eph.cic * std::cos(2 * phi);
     const double xp = r * std::cos(u), yp = r * std::sin(u);
     const double we = rotation(eph.system);
+    // The orbital plane turned into the Earth-fixed frame by rotation matrices: by i about x,
+    // then by the node about z; a BeiDou geostationary orbit's frame then by 5 degrees about x
+    // and back by the Earth's rotation since the reference time about z.
+    const auto turnX = [](const quality::Vec3& v, double angle) {
+        return quality::Vec3{v[0], std::cos(angle) * v[1] - std::sin(angle) * v[2],
+                             std::sin(angle) * v[1] + std::cos(angle) * v[2]};
+    };
+    const auto turnZ = [](const quality::Vec3& v, double angle) {
+        return quality::Vec3{std::cos(angle) * v[0] - std::sin(angle) * v[1],
+                             std::sin(angle) * v[0] + std::cos(angle) * v[1], v[2]};
+    };
+    const bool geostationary = eph.system == 'C' && quality::isBeidouGeo(eph.number);
+    const double node = geostationary ? eph.omega0 + eph.omegaDot * tk - we * eph.toeOfWeek
+                                      : eph.omega0 + (eph.omegaDot - we) * tk - we * eph.toeOfWeek;
     quality::SatelliteState s;
-    if (eph.system == 'C' && quality::isBeidouGeo(eph.number)) {
-        const double node = eph.omega0 + eph.omegaDot * tk - we * eph.toeOfWeek;
-        const double xg = xp * std::cos(node) - yp * std::cos(i) * std::sin(node);
-        const double yg = xp * std::sin(node) + yp * std::cos(i) * std::cos(node);
-        const double zg = yp * std::sin(i);
-        const double f = -5.0 * gnss::kPi / 180.0;
-        const double y1 = yg * std::cos(f) + zg * std::sin(f);
-        const double z1 = -yg * std::sin(f) + zg * std::cos(f);
-        const double z = we * tk;
-        s.position = {xg * std::cos(z) + y1 * std::sin(z), -xg * std::sin(z) + y1 * std::cos(z), z1};
-    } else {
-        const double node = eph.omega0 + (eph.omegaDot - we) * tk - we * eph.toeOfWeek;
-        s.position = {xp * std::cos(node) - yp * std::cos(i) * std::sin(node),
-                      xp * std::sin(node) + yp * std::cos(i) * std::cos(node), yp * std::sin(i)};
-    }
+    s.position = turnZ(turnX({xp, yp, 0}, i), node);
+    if (geostationary) s.position = turnZ(turnX(s.position, 5.0 * gnss::kPi / 180.0), -we * tk);
     const double dt = t - eph.toc;
     s.clock =
         eph.af0 + eph.af1 * dt + eph.af2 * dt * dt + gnss::kRelativityF * eph.e * eph.sqrtA * std::sin(ea);
