@@ -158,7 +158,7 @@ TEST(CompactRinexEncoder, LargeValuesAndLongLines) {
     for (int e = 0; e < 6; ++e) {
         plain += epoch3(30 * e, 0, 2);
         for (int sat = 1; sat <= 2; ++sat) {
-            char id[8];
+            char id[16];
             std::snprintf(id, sizeof id, "G%02d", sat);
             plain += id;
             for (int j = 0; j < 13; ++j) {
@@ -370,7 +370,7 @@ TEST(CompactRinexEncoder, Version1ManySatellitesEventsAndBlanks) {
     std::string plain = header2("     7    C1    L1    L2    P2    D1    S1    S2");
     std::vector<std::string> ids;
     for (int s = 1; s <= 14; ++s) {
-        char id[4];
+        char id[16];
         std::snprintf(id, sizeof id, "%c%2d", s % 3 == 0 ? 'R' : 'G', s);
         ids.push_back(id);
     }

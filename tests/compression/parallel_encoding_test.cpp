@@ -121,7 +121,7 @@ std::string longText(unsigned seed, int epochs) {
     std::vector<Track> sky;
     for (int s = 1; s <= 40; ++s) {
         const char system = s <= 16 ? 'G' : s <= 28 ? 'R' : 'E';
-        char id[4];
+        char id[16];
         std::snprintf(id, sizeof id, "%c%02d", system, s);
         Track t{id, {}};
         for (long long& v : t.value) v = (long long)(random() % 2000000000000ull) - 100000000000ll;

@@ -142,8 +142,9 @@ TEST_F(TabQuality, ClickingTheLinkOpensTheReportsFileUrl) {
     log->ensureCursorVisible();
     guitest::spin(50);
     const QPoint at = log->cursorRect(cursor).center();
-    QMouseEvent press(QEvent::MouseButtonPress, at, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-    QMouseEvent release(QEvent::MouseButtonRelease, at, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+    const QPoint global = log->viewport()->mapToGlobal(at);
+    QMouseEvent press(QEvent::MouseButtonPress, at, global, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent release(QEvent::MouseButtonRelease, at, global, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
     QApplication::sendEvent(log->viewport(), &press);
     QApplication::sendEvent(log->viewport(), &release);
     guitest::spin(50);
