@@ -57,12 +57,24 @@ Ecef enuOf(const Ecef& d, const LocalFrame& f) {
             cl * co * d[0] + cl * so * d[1] + sl * d[2]};
 }
 
+Ecef enuOf(const Ecef& from, const LocalFrame& at, const Ecef& target) {
+    return enuOf({target[0] - from[0], target[1] - from[1], target[2] - from[2]}, at);
+}
+
+double elevationOf(const Ecef& enu) {
+    return std::atan2(enu[2], std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]));
+}
+
+double azimuthOf(const Ecef& enu) {
+    const double azimuth = std::atan2(enu[0], enu[1]);
+    return azimuth < 0 ? azimuth + 2 * kPi : azimuth;
+}
+
 void azimuthElevation(const Ecef& from, const LocalFrame& at, const Ecef& target, double& azimuth,
                       double& elevation) {
-    const Ecef enu = enuOf({target[0] - from[0], target[1] - from[1], target[2] - from[2]}, at);
-    elevation = std::atan2(enu[2], std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]));
-    azimuth = std::atan2(enu[0], enu[1]);
-    if (azimuth < 0) azimuth += 2 * kPi;
+    const Ecef enu = enuOf(from, at, target);
+    elevation = elevationOf(enu);
+    azimuth = azimuthOf(enu);
 }
 
 double distance(const Ecef& a, const Ecef& b) {

@@ -26,6 +26,11 @@ struct LocalFrame {
 };
 // East, north, up of a difference vector.
 Ecef enuOf(const Ecef& delta, const LocalFrame& at);
+// East, north, up of a target seen from a point.
+Ecef enuOf(const Ecef& from, const LocalFrame& at, const Ecef& target);
+// Elevation (rad) and azimuth (0 to 2 pi, clockwise from north) of an east, north, up vector.
+double elevationOf(const Ecef& enu);
+double azimuthOf(const Ecef& enu);
 // Azimuth (0 to 2 pi, clockwise from north) and elevation (rad) of a target seen from a point.
 void azimuthElevation(const Ecef& from, const LocalFrame& at, const Ecef& target, double& azimuth,
                       double& elevation);

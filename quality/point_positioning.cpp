@@ -244,7 +244,7 @@ bool PointPositioning::iterate(double time, Vec3& x, double* clocks, int& used, 
             double iono = 0, tropo = 0;
             if (onEarth) {
                 if (correct) {
-                    const gnss::Ecef enu = gnss::enuOf({sat[0] - x[0], sat[1] - x[1], sat[2] - x[2]}, frame);
+                    const gnss::Ecef enu = gnss::enuOf(x, frame, sat);
                     const double horizontal = std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]);
                     c.elevation = std::atan2(enu[2], horizontal);
                     const double up = enu[2] / std::sqrt(horizontal * horizontal + enu[2] * enu[2]);

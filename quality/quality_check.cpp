@@ -329,20 +329,15 @@ struct QualityCheck::State {
             if (!nav->state(letter, number, t - 0.075, state)) continue;
             SatelliteAccumulator& sat = satellites[s][number];
             // The azimuth only for a point of the sky plot.
-            const gnss::Ecef enu =
-                gnss::enuOf({state.position[0] - receiver[0], state.position[1] - receiver[1],
-                             state.position[2] - receiver[2]},
-                            frame);
-            sat.elevation = std::atan2(enu[2], std::sqrt(enu[0] * enu[0] + enu[1] * enu[1]));
+            const gnss::Ecef enu = gnss::enuOf(receiver, frame, state.position);
+            sat.elevation = gnss::elevationOf(enu);
             sat.hasElevation = true;
             visibilityAvailable = true;
             if (sat.elevation >= mask) ++systems[s].visibleNow;
             if (sat.elevation > 0 && sat.skySeen && t - sat.skyLastTime <= 1.5 * currentInterval() &&
                 t - sat.lastSky >= sat.skyStep) {
                 sat.lastSky = t;
-                double azimuth = std::atan2(enu[0], enu[1]);
-                if (azimuth < 0) azimuth += 2 * gnss::kPi;
-                sat.sky.push_back({azimuth * 180 / gnss::kPi, sat.elevation * 180 / gnss::kPi});
+                sat.sky.push_back({gnss::azimuthOf(enu) * 180 / gnss::kPi, sat.elevation * 180 / gnss::kPi});
                 if (sat.sky.size() >= 300) { // keep every second point from now on
                     size_t k = 0;
                     for (size_t i = 0; i < sat.sky.size(); i += 2)

@@ -225,9 +225,7 @@ qint64 Rinex3xx::open(const QString& path) {
     glonassSlots_.clear();
     signalMap_ = presetSignals_;
     signalMap_.detach(); // the epoch writer changes it; detach now, not on the first epoch
-    std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
-    std::fill(std::begin(observedChannels_), std::end(observedChannels_), kChannelNotTold);
-    observedSignalsCurrent_ = false;
+    forgetObserved();
     navigation_.reset();
     navigation_.setVersion(version_);
     writeError_.clear();
@@ -321,6 +319,10 @@ void Rinex3xx::setEpochObserver(rinex::EpochObserver* observer) {
         formattedSystems_ = 0;
     }
     epochObserver_ = observer;
+    forgetObserved();
+}
+
+void Rinex3xx::forgetObserved() {
     std::fill(std::begin(observedColumns_), std::end(observedColumns_), 0);
     std::fill(std::begin(observedChannels_), std::end(observedChannels_), kChannelNotTold);
     observedSignalsCurrent_ = false;

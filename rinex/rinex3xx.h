@@ -366,6 +366,8 @@ private:
     std::vector<std::pair<quint32, quint32>> rinex2Listed_;
     std::vector<char> rinex2Records_;
     rinex::EpochObserver* epochObserver_ = nullptr;
+    // What the observer has been told, forgotten for a new observer or a new file.
+    void forgetObserved();
     int observedColumns_[256] = {}; // per system letter, the columns the observer was told of
     // Per GLONASS slot, the channel the observer was told last (kChannelNotTold before).
     static constexpr int kChannelNotTold = INT_MIN;
