@@ -88,7 +88,8 @@ struct CarrierPair {
     char signals[4] = {0, 0, 0, 0};
     int channel = 0;
     double fa = 0, fb = 0;
-    double la = 0, lb = 0, lw = 0;                     // wavelengths: a, b, wide lane
+    double la = 0, lb = 0;                             // wavelengths
+    double narrowCode = 0;                             // 1 / ((fa + fb) * wide-lane wavelength)
     double mpA1 = 0, mpB1 = 0, mpA2 = 0, mpB2 = 0;     // multipath coefficients of the phases
 };
 
@@ -201,7 +202,18 @@ struct QualityCheck::State {
     // First pass of a conversion's check (trackSatellite): what it took from the writer.
     TrackedColumn trackedColumns[kSystemCount][kTrackedColumns];
     int trackedColumnCount[kSystemCount] = {};
-    long trackedFieldCounts[kSystemCount][4 * kTrackedColumns] = {};
+    // Per system, bits of its tracked columns (columnMasks), for the slip bands they were made for.
+    struct ColumnMasks {
+        int count = -1;
+        char bands[2] = {0, 0};
+        uint64_t counted = 0;      // columns whose signal the check counts (key >= 0)
+        uint64_t band[2] = {0, 0}; // columns of each slip band
+        uint64_t lossOfLock = 0;   // columns whose loss of lock is a slip
+    };
+    ColumnMasks trackedMasks[kSystemCount];
+    // Per column, the lines by which of their four fields hold a value (bit k: field k).
+    using FieldPatterns = long[16];
+    FieldPatterns trackedFieldPatterns[kSystemCount][kTrackedColumns] = {};
     char trackedBands[kSystemCount][2] = {};
     int trackedChannel[64];   // the writer's channel of each GLONASS slot so far
     int usedChannel[64];      // the channel a slot's frequencies were computed with
@@ -506,7 +518,7 @@ struct QualityCheck::State {
             pair.fb = fb;
             pair.la = gnss::kSpeedOfLight / fa;
             pair.lb = gnss::kSpeedOfLight / fb;
-            pair.lw = gnss::kSpeedOfLight / (fa - fb);
+            pair.narrowCode = 1 / ((fa + fb) * (gnss::kSpeedOfLight / (fa - fb)));
             const double alpha = (fa / fb) * (fa / fb);
             pair.mpA1 = 1 + 2 / (alpha - 1);
             pair.mpB1 = 2 / (alpha - 1);
@@ -524,12 +536,10 @@ struct QualityCheck::State {
                 if (std::fabs(gf - predicted) > geometryFreeThreshold(dt)) gfSlip = true;
             }
             if (code[0] && code[1]) {
-                const double lw = pair.lw;
-                nw = (phase[0]->value - phase[1]->value) - (fa * code[0]->value + fb * code[1]->value) / (fa + fb) / lw;
-                if (!newArc && sat.mwCount > 0) {
-                    const double sigma = sat.mwCount >= 2 ? std::sqrt(sat.mwM2 / double(sat.mwCount - 1)) : 0;
-                    if (std::fabs(nw - sat.mwMean) > wideLaneThreshold(sigma, sat.mwCount)) mwSlip = true;
-                }
+                nw = (phase[0]->value - phase[1]->value) -
+                     (fa * code[0]->value + fb * code[1]->value) * pair.narrowCode;
+                if (!newArc && sat.mwCount > 0)
+                    mwSlip = beyondWideLaneThreshold(nw - sat.mwMean, sat.mwM2, sat.mwCount);
             }
         }
         if (lli || gfSlip || mwSlip) {
@@ -716,6 +726,42 @@ struct QualityCheck::State {
         ++epochs;
     }
 
+    // Column bits of a system's tracked columns for its slip bands as they stand.
+    const ColumnMasks& columnMasks(int s) {
+        ColumnMasks& m = trackedMasks[s];
+        const char* bands = systems[s].bands;
+        const int count = trackedColumnCount[s];
+        if (m.count == count && m.bands[0] == bands[0] && m.bands[1] == bands[1]) return m;
+        m = ColumnMasks{};
+        m.count = count;
+        m.bands[0] = bands[0];
+        m.bands[1] = bands[1];
+        for (int c = 0; c < count; ++c) {
+            const TrackedColumn& column = trackedColumns[s][c];
+            const uint64_t bit = uint64_t(1) << c;
+            if (column.key >= 0) m.counted |= bit;
+            for (int f = 0; f < 2; ++f)
+                if (bands[f] && column.band == bands[f]) m.band[f] |= bit;
+        }
+        // Loss of lock counts on the slip bands (on any band without them).
+        m.lossOfLock = bands[0] ? m.band[0] | m.band[1] : ~uint64_t(0);
+        return m;
+    }
+
+    // A tracked column's signal index on its first value, in the window sums' range (beyond
+    // it the first pass cannot follow).
+    static int signalOfColumn(SystemAccumulator& system, TrackedColumn& column, Tracking& tracker) {
+        int& si = system.signalIndex[size_t(column.key)];
+        if (si < 0) {
+            si = int(system.signals.size());
+            system.signals.push_back(std::string{column.band, column.attribute});
+            system.signal.emplace_back();
+        }
+        column.signal = si;
+        if (si >= kWindowSignals) tracker.broken = true;
+        return si;
+    }
+
     // addSatellite without elevations, from the fields of a satellite line.
     void trackSatellite(const TrackedSatellite& in, double t, Tracking& tracker) {
         const int s = in.system;
@@ -731,71 +777,71 @@ struct QualityCheck::State {
         window.lastTime = t;
 
         // The fields come in the order of the record's observations: column by column, and
-        // code, phase, Doppler, strength within a column.
-        TrackedColumn* const columns = trackedColumns[s];
+        // code, phase, Doppler, strength within a column. The line's codes, phases and
+        // loss-of-lock flags become column bits, the slip bands' columns found from them
+        // afterwards: branches on them would follow the data. A system's columns are
+        // distinct signals (trackColumn): each counts once per line.
+        const ColumnMasks& masks = columnMasks(s);
+        FieldPatterns* const patterns = trackedFieldPatterns[s];
         uint32_t lineSignals = 0; // bit k: signal k counted for this line
+        uint64_t codeBits = 0, phaseBits = 0, lockBits = 0;
+        for (uint64_t left = in.columns; left != 0; left &= left - 1) {
+            const int c = __builtin_ctzll(left);
+            const TrackedSatellite::Column& values = in.column[c];
+            const unsigned fields = values.fields;
+            const uint64_t bit = uint64_t(1) << c;
+            codeBits |= (fields & 1) && values.thousandths[0] != 0 ? bit : 0;
+            phaseBits |= (fields & 2) && values.thousandths[1] != 0 ? bit : 0;
+            lockBits |= values.lossOfLock & 2 ? bit : 0;
+            if (!(masks.counted & bit)) continue;
+            ++patterns[c][fields & 15];
+            const int signal = trackedColumns[s][c].signal;
+            const int k = (signal >= 0 ? signal : signalOfColumn(system, trackedColumns[s][c], tracker)) &
+                          (kWindowSignals - 1);
+            // The signal's totals are the sums of its windows (closeWindow).
+            lineSignals |= uint32_t(1) << k;
+            WindowSignal& windowSignal = window.signal[k];
+            ++windowSignal.epochs;
+            // A strength in (0, 100) dB-Hz.
+            const uint64_t strength = uint64_t(values.thousandths[3]);
+            const bool strong = (fields & 8) && !(values.negative & 8) && strength - 1 < 99999;
+            windowSignal.strengths += strong;
+            windowSignal.strengthSum += strong ? strength : 0;
+        }
+        window.signalsUsed |= lineSignals;
+        // Phases count in columns the check counts; codes in any column of their band.
+        phaseBits &= masks.counted;
+        const bool anyPhase = phaseBits != 0;
+        const bool lossOfLock = (lockBits & phaseBits & masks.lossOfLock) != 0;
+        const TrackedColumn* const columns = trackedColumns[s];
+        // Each band's code: the first one of the phase's attribute, else the band's first.
         Observation phases[2], codes[2];
         const Observation* phase[2] = {nullptr, nullptr};
         const Observation* code[2] = {nullptr, nullptr};
-        bool lossOfLock = false, anyPhase = false;
-        for (uint64_t left = in.columns; left != 0; left &= left - 1) {
-            const int c = __builtin_ctzll(left);
-            TrackedColumn& column = columns[c];
-            if (column.key < 0) continue;
-            const TrackedSatellite::Column& values = in.column[c];
-            const unsigned fields = values.fields;
-            long* const counts = trackedFieldCounts[s] + 4 * c;
-            for (int k = 0; k < 4; ++k)
-                counts[k] += (fields >> k) & 1;
-            if (column.signal < 0) {
-                int& si = system.signalIndex[size_t(column.key)];
-                if (si < 0) {
-                    si = int(system.signals.size());
-                    system.signals.push_back(std::string{column.band, column.attribute});
-                    system.signal.emplace_back();
-                }
-                column.signal = si;
-                if (si >= kWindowSignals) tracker.broken = true; // beyond the window sums
-            }
-            // The signal's totals are the sums of its windows (closeWindow).
-            const uint32_t signalBit = uint32_t(1) << (column.signal & (kWindowSignals - 1));
-            WindowSignal& windowSignal = window.signal[column.signal & (kWindowSignals - 1)];
-            if (!(lineSignals & signalBit)) {
-                lineSignals |= signalBit;
-                ++windowSignal.epochs;
-            }
-            // A strength in (0, 100) dB-Hz.
-            const uint64_t strength = uint64_t(values.thousandths[3]);
-            if ((fields & 8) && !(values.negative & 8) && strength > 0 && strength < 100000) {
-                ++windowSignal.strengths;
-                windowSignal.strengthSum += strength;
-            }
-            if ((fields & 2) && values.thousandths[1] != 0) {
-                anyPhase = true;
-                if ((values.lossOfLock & 2) &&
-                    (!system.bands[0] || column.band == system.bands[0] || column.band == system.bands[1]))
-                    lossOfLock = true;
-                for (int f = 0; f < 2; ++f)
-                    if (column.band == system.bands[f] && !phase[f]) {
-                        phases[f] = Observation{'L', column.band, column.attribute, fieldValue(values, 1),
-                                                (values.lossOfLock >> 1) & 1};
-                        phase[f] = &phases[f];
+        // They matter only with a phase on both bands.
+        const bool dual = (phaseBits & masks.band[0]) != 0 && (phaseBits & masks.band[1]) != 0;
+        for (int f = 0; f < 2 && dual; ++f) {
+            const uint64_t bandPhases = phaseBits & masks.band[f];
+            const int p = __builtin_ctzll(bandPhases);
+            const char attribute = columns[p].attribute;
+            const uint64_t bandCodes = codeBits & masks.band[f];
+            int c = bandCodes != 0 ? __builtin_ctzll(bandCodes) : -1;
+            if (c >= 0 && columns[c].attribute != attribute)
+                for (uint64_t left = bandCodes; left != 0; left &= left - 1) {
+                    const int k = __builtin_ctzll(left);
+                    if (columns[k].attribute == attribute) {
+                        c = k;
+                        break;
                     }
-            }
-        }
-        window.signalsUsed |= lineSignals;
-        for (int f = 0; f < 2; ++f) {
-            if (!phase[f]) continue;
-            for (uint64_t left = in.columns; left != 0; left &= left - 1) {
-                const int c = __builtin_ctzll(left);
-                const TrackedColumn& column = columns[c];
-                const TrackedSatellite::Column& values = in.column[c];
-                if ((values.fields & 1) && column.band == system.bands[f] && values.thousandths[0] != 0 &&
-                    (!code[f] || (column.attribute == phase[f]->attribute &&
-                                  code[f]->attribute != phase[f]->attribute))) {
-                    codes[f] = Observation{'C', column.band, column.attribute, fieldValue(values, 0), 0};
-                    code[f] = &codes[f];
                 }
+            const TrackedSatellite::Column& phaseValues = in.column[p];
+            phases[f] = Observation{'L', columns[p].band, attribute, fieldValue(phaseValues, 1),
+                                    (phaseValues.lossOfLock >> 1) & 1};
+            phase[f] = &phases[f];
+            if (c >= 0) {
+                codes[f] =
+                    Observation{'C', columns[c].band, columns[c].attribute, fieldValue(in.column[c], 0), 0};
+                code[f] = &codes[f];
             }
         }
         arcs(sat, system, kSystemLetters[s], in.number, t, newArc, lossOfLock, anyPhase, false, phase, code,
@@ -972,6 +1018,9 @@ void QualityCheck::trackColumn(int system, int column, char band, char attribute
     c.attribute = attribute;
     c.key = signalKey(band, attribute);
     c.signal = -1;
+    // Two columns of one signal: the first pass counts a signal once per line by its column.
+    for (int i = 0; i < column; ++i)
+        if (c.key >= 0 && s.trackedColumns[system][i].key == c.key) broken = true;
     const int count = ++s.trackedColumnCount[system];
     // Every column lists a phase: the bands as the header will choose them, so far.
     char bands[2];
@@ -1044,7 +1093,9 @@ bool QualityCheck::endTracking() {
             const TrackedColumn& column = s.trackedColumns[sys][c];
             if (column.key < 0) continue;
             for (int k = 0; k < 4; ++k) {
-                const long n = s.trackedFieldCounts[sys][4 * c + k];
+                long n = 0;
+                for (int pattern = 0; pattern < 16; ++pattern)
+                    if (pattern >> k & 1) n += s.trackedFieldPatterns[sys][c][pattern];
                 if (n == 0) continue;
                 int& ci = system.codeIndex[size_t(k * 260 + column.key)];
                 if (ci < 0) {

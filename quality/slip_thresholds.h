@@ -18,9 +18,13 @@ inline double geometryFreeThreshold(double step) {
     return std::min(0.15, 0.05 + 0.001 * std::max(0.0, step));
 }
 
-inline double wideLaneThreshold(double sigma, long count) {
-    if (count < 5) return 4.0;
-    return std::max(2.0, 4.0 * sigma);
+// Whether a wide-lane value `deviation` cycles from the running mean of an arc of `count`
+// values, whose squared deviations from their mean sum to m2, is a slip: compared squared,
+// without a root or a division (it runs for every satellite epoch).
+inline bool beyondWideLaneThreshold(double deviation, double m2, long count) {
+    const double d2 = deviation * deviation;
+    if (count < 5) return d2 > 16.0;                       // 4 cycles
+    return d2 > 4.0 && d2 * double(count - 1) > 16.0 * m2; // 2 cycles, 4 sigma
 }
 
 } // namespace quality

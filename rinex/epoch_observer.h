@@ -27,10 +27,10 @@ struct ObservedColumn {
 inline void observeField(ObservedColumn& column, int kind, bool lossOfLock, double value,
                          int64_t thousandths) {
     if (thousandths < 0) return;
-    const uint8_t bit = uint8_t(1u << kind);
-    column.fields |= bit;
-    if (lossOfLock) column.lossOfLock |= bit;
-    if (value < 0) column.negative |= bit;
+    // Without branches on the flags: signs and loss of lock follow the data.
+    column.fields |= uint8_t(1u << kind);
+    column.lossOfLock |= uint8_t(unsigned(lossOfLock) << kind);
+    column.negative |= uint8_t(unsigned(value < 0) << kind);
     column.thousandths[kind] = thousandths;
 }
 

@@ -18,8 +18,10 @@ inline int64_t fixed14Thousandths(double value) {
     const bool negative = value < 0;
     const double scaled = std::fabs(value) * 1000.0 + 0.5;
     // 10 places before the point, one of them taken by the sign when negative. The test
-    // is false for infinities and NaN too.
-    if (!(scaled < (negative ? 1e12 : 1e13))) return -1;
+    // is false for infinities and NaN too. The limit by index: a branch on the sign would
+    // follow the data.
+    static constexpr double kLimit[2] = {1e13, 1e12};
+    if (!(scaled < kLimit[negative])) return -1;
     // Below 10^13 the signed conversion is exact and cheaper than the unsigned one.
     return static_cast<int64_t>(scaled);
 }

@@ -28,7 +28,9 @@ struct FedRun {
     Report report;
 };
 
-FedRun writeAndFeed(const std::vector<int64_t>& milliseconds, const char* name) {
+// With repeatFirstColumn the lines get a third column of the first one's signal (1C).
+FedRun writeAndFeed(const std::vector<int64_t>& milliseconds, const char* name,
+                    bool repeatFirstColumn = false) {
     Options options;
     options.positionInterval = kConversionPositionInterval;
     ConversionFeed feed(options);
@@ -38,16 +40,19 @@ FedRun writeAndFeed(const std::vector<int64_t>& milliseconds, const char* name) 
         const int64_t d = milliseconds[i] - milliseconds[i - 1];
         if (d > 0 && (interval == 0 || d < interval)) interval = d;
     }
-    std::string text =
-        "     3.04           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n"
-        "FEED                                                        MARKER NAME\n"
-        "G    8 C1C L1C D1C S1C C2W L2W D2W S2W                      SYS / # / OBS TYPES\n";
+    std::string text = "     3.04           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n"
+                       "FEED                                                        MARKER NAME\n";
+    text += repeatFirstColumn
+                ? "G   12 C1C L1C D1C S1C C2W L2W D2W S2W C1C L1C D1C S1C      SYS / # / OBS TYPES\n"
+                : "G    8 C1C L1C D1C S1C C2W L2W D2W S2W                      SYS / # / OBS TYPES\n";
     char line[256];
     std::snprintf(line, sizeof line, "%10.3f%50s%-20s\n", double(interval) / 1000.0, "", "INTERVAL");
     text += line;
     text += "                                                            END OF HEADER\n";
     feed.signalColumn('G', 0, '1', 'C');
     feed.signalColumn('G', 1, '2', 'W');
+    if (repeatFirstColumn) feed.signalColumn('G', 2, '1', 'C');
+    const int fields = repeatFirstColumn ? 12 : 8;
     const int numbers[2] = {5, 12};
     for (size_t i = 0; i < milliseconds.size(); ++i) {
         const int64_t ms = milliseconds[i];
@@ -65,15 +70,17 @@ FedRun writeAndFeed(const std::vector<int64_t>& milliseconds, const char* name) 
             const double l2 = range / 0.244210213424568;
             const double values[8] = {c1, l1, -1300.25 + s, 45.5 - k, c2, l2, -1010.75 + s, 38.25 + k};
             const int lli[8] = {0, k == 1 && s >= 20 && s < 21 ? 1 : 0, 0, 0, 0, 0, 0, 0};
-            rinex::ObservedColumn observed[2] = {};
+            rinex::ObservedColumn observed[3] = {};
             uint64_t used = 0;
             std::snprintf(line, sizeof line, "G%02d", numbers[k]);
             text += line;
-            for (int f = 0; f < 8; ++f) {
-                rinex::observeField(observed[f / 4], f % 4, lli[f] != 0, values[f],
-                                    rinex::fixed14Thousandths(values[f]));
+            for (int f = 0; f < fields; ++f) {
+                const double value = values[f % 8];
+                const int flag = lli[f % 8];
+                rinex::observeField(observed[f / 4], f % 4, flag != 0, value,
+                                    rinex::fixed14Thousandths(value));
                 used |= uint64_t(1) << (f / 4);
-                std::snprintf(line, sizeof line, "%14.3f%c ", values[f], lli[f] ? '1' : ' ');
+                std::snprintf(line, sizeof line, "%14.3f%c ", value, flag ? '1' : ' ');
                 text += line;
             }
             text += "\n";
@@ -128,6 +135,14 @@ TEST(ConversionFeed, FollowsGapsBeyondTheInterval) {
     EXPECT_EQ(run.fed, run.read);
     ASSERT_EQ(run.report.gaps.size(), 1u);
     EXPECT_EQ(run.report.gaps[0].missingEpochs, 4);
+}
+
+TEST(ConversionFeed, ReadsTheFileWhenTwoColumnsHoldOneSignal) {
+    // Counted by column, the repeated signal would count twice per line.
+    const FedRun run = writeAndFeed(epochs(std::vector<int64_t>(60, 1000)), "feed-repeated.20O", true);
+    EXPECT_TRUE(run.readTheFile);
+    EXPECT_EQ(run.fed, run.read);
+    EXPECT_EQ(run.report.epochs, 61);
 }
 
 TEST(ConversionFeed, ReadsTheFileWhenTheIntervalShrinksLater) {

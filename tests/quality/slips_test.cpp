@@ -2,9 +2,12 @@
 // Cycle slips: loss-of-lock flags and jumps found by the geometry-free and wide-lane checks.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <functional>
 
 #include "quality/quality_check.h"
+#include "quality/slip_thresholds.h"
 #include "synthetic_arc.h"
 
 namespace {
@@ -92,4 +95,33 @@ TEST(Slips, AGapStartsANewArcWithoutASlip) {
     const quality::Report r = check.finish();
     EXPECT_EQ(r.satellites[0].slips, 0);
     ASSERT_EQ(r.satellites[0].runs.size(), 2u);
+}
+
+TEST(Slips, WideLaneThresholdIsFourSigmaAndAtLeastTwoCycles) {
+    // The squared comparison against the threshold written with the root: four standard
+    // deviations of the arc so far, never below 2 cycles, 4 cycles while the arc is short.
+    auto rooted = [](double deviation, double m2, long count) {
+        if (count < 5) return std::fabs(deviation) > 4.0;
+        return std::fabs(deviation) > std::max(2.0, 4.0 * std::sqrt(m2 / double(count - 1)));
+    };
+    int slips = 0, checked = 0;
+    for (long count : {1L, 2L, 4L, 5L, 6L, 30L, 1000L})
+        for (double sigma : {0.0, 0.1, 0.45, 0.5, 0.55, 1.0, 3.0})
+            for (double deviation = -15.0; deviation <= 15.0; deviation += 0.0625) {
+                const double m2 = sigma * sigma * double(count - 1);
+                EXPECT_EQ(quality::beyondWideLaneThreshold(deviation, m2, count),
+                          rooted(deviation, m2, count))
+                    << "deviation " << deviation << " sigma " << sigma << " count " << count;
+                slips += quality::beyondWideLaneThreshold(deviation, m2, count);
+                ++checked;
+            }
+    EXPECT_GT(slips, checked / 4); // both sides of the threshold were met
+    EXPECT_LT(slips, checked * 3 / 4);
+    // The edges themselves: 2 cycles, 4 sigma and 4 cycles are not yet slips.
+    EXPECT_FALSE(quality::beyondWideLaneThreshold(2.0, 0.0, 10));
+    EXPECT_TRUE(quality::beyondWideLaneThreshold(2.001, 0.0, 10));
+    EXPECT_FALSE(quality::beyondWideLaneThreshold(-4.0, 9.0, 10)); // sigma 1
+    EXPECT_TRUE(quality::beyondWideLaneThreshold(-4.001, 9.0, 10));
+    EXPECT_FALSE(quality::beyondWideLaneThreshold(4.0, 0.0, 3));
+    EXPECT_TRUE(quality::beyondWideLaneThreshold(4.001, 0.0, 3));
 }
