@@ -24,9 +24,10 @@ double roundHalfAway(double x) {
     if (!(std::fabs(x) < 4503599627370496.0)) return std::round(x); // 2^52 and beyond, NaN
     const double whole = double(int64_t(x));                        // truncated, exact here
     const double fraction = x - whole;                              // exact
-    if (fraction >= 0.5) return whole + 1.0;
-    if (fraction <= -0.5) return whole - 1.0;
-    return std::copysign(whole, x);
+    // Without branches (the fraction follows the data): a step of one away from zero at a
+    // half or more; the sign then is x's, for a zero too.
+    const double step = double(fraction >= 0.5) - double(fraction <= -0.5);
+    return std::copysign(whole + step, x);
 }
 
 } // namespace
@@ -41,8 +42,8 @@ int decodeRangeCmp(const RangeCursor& cursor, int32_t index, RangeObservation* o
     const uint8_t* p = cursor.first + size_t(index) * kRangeCmpRecordSize;
     *observation = RangeObservation{};
 
-    int32_t doppler = int32_t(readU32(p + 4) & 0x0FFFFFFF);
-    if (doppler & 0x08000000) doppler -= 0x10000000;
+    // The low 28 bits, sign-extended by shifts (no branch on the sign).
+    const int32_t doppler = int32_t(readU32(p + 4) << 4) >> 4;
     observation->doppler = doppler / 256.0;
     const uint64_t pseudorange = (uint64_t(p[7] >> 4)) | (uint64_t(readU32(p + 8)) << 4);
     observation->pseudorange = double(pseudorange) / 128.0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "decoding/signal_table.h"
 
+#include <functional>
+
 #include "gnss/constants.h"
 
 namespace decoding {
@@ -15,7 +17,7 @@ constexpr uint32_t pack(uint32_t system, uint32_t row) {
 }
 
 // Row order matters: duplicate signal types are resolved by search direction.
-const SignalInfo kGpsSignals[] = {
+constexpr SignalInfo kGpsSignals[] = {
     {0, 1, 0, pack(0, 0), "1C", "L1(C/A)", kFrequencyL1, 0},
     {5, 255, 1, pack(0, 1), "2P", "L2(P)", kFrequencyL2, 0},
     {9, 4, 1, pack(0, 2), "2W", "L2(Z)", kFrequencyL2, 0},
@@ -27,7 +29,7 @@ const SignalInfo kGpsSignals[] = {
     {11, 255, 0, pack(0, 8), "1S", "L1(CD)", kFrequencyL1, 0},
 };
 
-const SignalInfo kGlonassSignals[] = {
+constexpr SignalInfo kGlonassSignals[] = {
     {0, 1, 0, pack(1, 0), "1C", "G1(C/A)", kFrequencyG1, 0},
     {1, 3, 1, pack(1, 1), "2C", "G2(C/A)", kFrequencyG2, 0},
     {5, 4, 1, pack(1, 2), "2P", "G2(P)", kFrequencyG2, 0},
@@ -35,12 +37,12 @@ const SignalInfo kGlonassSignals[] = {
     {5, 4, 1, pack(1, 4), "2C", "G2(C/A)", kFrequencyG2, 0},
 };
 
-const SignalInfo kSbasSignals[] = {
+constexpr SignalInfo kSbasSignals[] = {
     {0, 1, 255, pack(2, 0), "1C", "L1(C/A)", kFrequencyL1, 0},
     {6, 2, 255, pack(2, 1), "5I", "L5(I)", kFrequencyL5, 0},
 };
 
-const SignalInfo kGalileoSignals[] = {
+constexpr SignalInfo kGalileoSignals[] = {
     {2, 1, 0, pack(3, 0), "1C", "E1(C)", kFrequencyL1, 0},
     {6, 12, 4, pack(3, 1), "6B", "E6(B)", kFrequencyE6, 0},
     {7, 5, 4, pack(3, 2), "6C", "E6(C)", kFrequencyE6, 0},
@@ -50,7 +52,7 @@ const SignalInfo kGalileoSignals[] = {
     {1, 255, 0, pack(3, 6), "1B", "E1(B)", kFrequencyL1, 0},
 };
 
-const SignalInfo kBeidouSignals[] = {
+constexpr SignalInfo kBeidouSignals[] = {
     {0, 1, 0, pack(4, 0), "2I", "B1(I)", kFrequencyB1, 0},
     {1, 3, 1, pack(4, 1), "7I", "B2(I)", kFrequencyE5b, 0},
     {2, 13, 2, pack(4, 2), "6I", "B3(I)", kFrequencyB3, 0},
@@ -66,7 +68,7 @@ const SignalInfo kBeidouSignals[] = {
     {21, 13, 2, pack(4, 12), "6I", "B3(I)", kFrequencyB3, 0},
 };
 
-const SignalInfo kQzssSignals[] = {
+constexpr SignalInfo kQzssSignals[] = {
     {0, 1, 0, pack(5, 0), "1C", "L1(C/A)", kFrequencyL1, 0},
     {14, 4, 2, pack(5, 1), "5Q", "L5(Q)", kFrequencyL5, 0},
     {16, 8, 0, pack(5, 2), "1L", "L1(CP)", kFrequencyL1, 0},
@@ -74,7 +76,7 @@ const SignalInfo kQzssSignals[] = {
     {27, 11, 3, pack(5, 4), "6L", "L6(P)", kFrequencyE6, 0},
 };
 
-const SignalInfo kNavicSignals[] = {
+constexpr SignalInfo kNavicSignals[] = {
     {0, 1, 2, pack(6, 0), "5A", "L5(ASPS)", kFrequencyL5, 0},
 };
 
@@ -82,7 +84,7 @@ template <typename T, int N> constexpr int32_t rows(const T (&)[N]) {
     return N;
 }
 
-const SatSystemInfo kSystems[] = {
+constexpr SatSystemInfo kSystems[] = {
     {'G', kFrequencyL1, 1, 0, kGpsSignals, rows(kGpsSignals)},
     {'R', kFrequencyG1, 38, -7, kGlonassSignals, rows(kGlonassSignals)},
     {'S', kFrequencyL1, 120, 0, kSbasSignals, rows(kSbasSignals)},
@@ -93,7 +95,7 @@ const SatSystemInfo kSystems[] = {
 };
 
 template <typename Match>
-const SignalInfo* findSignal(const SatSystemInfo& system, uint32_t searchMode, Match match) {
+constexpr const SignalInfo* findSignal(const SatSystemInfo& system, uint32_t searchMode, Match match) {
     if (searchMode == 2) {
         for (int32_t i = system.signalCount - 1; i >= 0; --i)
             if (match(system.signalRows[i])) return &system.signalRows[i];
@@ -110,7 +112,36 @@ const SatSystemInfo* satSystemInfo(uint32_t system) {
     return system < sizeof kSystems / sizeof kSystems[0] ? &kSystems[system] : nullptr;
 }
 
+namespace {
+
+constexpr int kSystemCount = int(sizeof kSystems / sizeof kSystems[0]);
+constexpr uint32_t kSignalTypes = 32; // five bits of the status word
+
+// findSignalByType's answers for the systems above, made by the compiler: the lookup runs
+// for every observation, and the search's branches followed the data.
+struct SignalTypeIndex {
+    const SignalInfo* row[kSystemCount][2][kSignalTypes] = {}; // [system][backwards][type]
+};
+
+constexpr SignalTypeIndex buildSignalTypeIndex() {
+    SignalTypeIndex built;
+    for (int s = 0; s < kSystemCount; ++s)
+        for (int backwards = 0; backwards < 2; ++backwards)
+            for (uint32_t type = 0; type < kSignalTypes; ++type)
+                built.row[s][backwards][type] =
+                    findSignal(kSystems[s], backwards ? 2 : 0,
+                               [type](const SignalInfo& info) { return info.signalType == type; });
+    return built;
+}
+
+constexpr SignalTypeIndex kSignalTypeIndex = buildSignalTypeIndex();
+
+} // namespace
+
 const SignalInfo* findSignalByType(const SatSystemInfo& system, uint32_t signalType, uint32_t searchMode) {
+    const std::less<const SatSystemInfo*> before;
+    if (!before(&system, kSystems) && before(&system, kSystems + kSystemCount) && signalType < kSignalTypes)
+        return kSignalTypeIndex.row[&system - kSystems][searchMode == 2][signalType];
     return findSignal(system, searchMode,
                       [signalType](const SignalInfo& s) { return s.signalType == signalType; });
 }

@@ -81,11 +81,45 @@ void EpochWorkArea::sort() {
                         quint64(uint8_t(e.code[0])) << 32 | quint64(uint8_t(e.code[1])) << 24 | i);
     }
     if (std::is_sorted(keys_.begin(), keys_.end())) return;
-    std::sort(keys_.begin(), keys_.end());
     reordered_.clear();
-    for (const quint64 key : keys_)
-        reordered_.push_back(entries[key & ((quint64(1) << kIndexBits) - 1)]);
+    if (!orderRuns()) {
+        std::sort(keys_.begin(), keys_.end());
+        for (const quint64 key : keys_)
+            reordered_.push_back(entries[key & ((quint64(1) << kIndexBits) - 1)]);
+    }
     entries.swap(reordered_);
+}
+
+bool EpochWorkArea::orderRuns() {
+    // A log lists each system's observations together and in order: the epoch is a few
+    // ascending runs. When their key ranges do not overlap, the runs in the order of their
+    // first keys are the sorted entries.
+    constexpr size_t kMaxRuns = 16;
+    size_t begin[kMaxRuns], runs = 0;
+    for (size_t i = 0; i < keys_.size(); ++i) {
+        if (i > 0 && keys_[i] > keys_[i - 1]) continue;
+        if (runs == kMaxRuns) return false;
+        // Insertion by first key, the runs being few.
+        size_t at = runs++;
+        for (; at > 0 && keys_[begin[at - 1]] > keys_[i]; --at)
+            begin[at] = begin[at - 1];
+        begin[at] = i;
+    }
+    auto endOf = [&](size_t run) {
+        size_t end = begin[run] + 1;
+        while (end < keys_.size() && keys_[end] > keys_[end - 1])
+            ++end;
+        return end;
+    };
+    size_t ends[kMaxRuns];
+    for (size_t r = 0; r < runs; ++r) {
+        ends[r] = endOf(r);
+        if (r > 0 && keys_[ends[r - 1] - 1] > keys_[begin[r]]) return false;
+    }
+    for (size_t r = 0; r < runs; ++r)
+        reordered_.insert(reordered_.end(), entries.begin() + ptrdiff_t(begin[r]),
+                          entries.begin() + ptrdiff_t(ends[r]));
+    return true;
 }
 
 int EpochWorkArea::satelliteCount() const {

@@ -97,6 +97,9 @@ struct EpochWorkArea {
     void reserve(size_t count);
 
 private:
+    // sort() when the entries are a few ascending runs of keys that do not overlap: the
+    // runs in order into reordered_; false otherwise (reordered_ then unchanged).
+    bool orderRuns();
     std::vector<quint64> keys_;    // sort keys, each with its entry's index in the low bits
     std::vector<Entry> reordered_; // the entries in key order, swapped with entries
 };

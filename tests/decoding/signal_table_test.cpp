@@ -187,3 +187,28 @@ TEST(SignalTable, GlonassFrequencyIsAdjustedOnlyForTheTwoFdmaBands) {
     EXPECT_EQ(glonassAdjustedFrequency(1202025000, 3), 1202025000.0);
     EXPECT_EQ(glonassAdjustedFrequency(1575420000, 3), 1575420000.0);
 }
+
+TEST(SignalTable, TypeLookupIsTheFirstMatchingRowInTheSearchDirection) {
+    // Every system, type and search mode against a search of the rows written out here; a
+    // copy of a descriptor (not one of the table's) is searched the same way.
+    int found = 0;
+    for (uint32_t s = 0; s < 7; ++s) {
+        const SatSystemInfo& info = system(SatSystem(s));
+        const SatSystemInfo copy = info;
+        for (uint32_t mode = 0; mode < 4; ++mode)
+            for (uint32_t type = 0; type < 40; ++type) {
+                const SignalInfo* expected = nullptr;
+                for (int32_t k = 0; k < info.signalCount; ++k) {
+                    const int32_t i = mode == 2 ? info.signalCount - 1 - k : k;
+                    if (info.signalRows[i].signalType == type) {
+                        expected = &info.signalRows[i];
+                        break;
+                    }
+                }
+                EXPECT_EQ(findSignalByType(info, type, mode), expected) << s << " " << mode << " " << type;
+                EXPECT_EQ(findSignalByType(copy, type, mode), expected) << s << " " << mode << " " << type;
+                found += expected != nullptr;
+            }
+    }
+    EXPECT_GT(found, 100);
+}
