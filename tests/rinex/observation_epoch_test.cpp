@@ -5,6 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <tuple>
+#include <vector>
+
+#include "rinex/rinex3xx.h"
+
 using namespace writertest;
 
 namespace {
@@ -283,4 +291,89 @@ TEST(ObservationEpoch, ReturnedByteCountMatchesTheRecord) {
     for (const QByteArray& line : f.body)
         expected += line.size() + 2;
     EXPECT_EQ(written, expected);
+}
+
+namespace {
+
+// An epoch's entries in the given order of (system, satellite, code); each remembers its
+// position in the pseudorange.
+EpochWorkArea workArea(const std::vector<std::tuple<char, int, const char*>>& order) {
+    EpochWorkArea area;
+    for (const auto& [system, satellite, code] : order) {
+        EpochWorkArea::Entry e{};
+        e.system = system;
+        e.satellite = quint16(satellite);
+        e.code[0] = code[0];
+        e.code[1] = code[1];
+        e.pseudorange = double(area.entries.size());
+        area.entries.push_back(e);
+    }
+    return area;
+}
+
+// sort() against a stable sort by system, satellite and code: the positions in order.
+void expectSortedLikeAStableSort(EpochWorkArea area) {
+    std::vector<EpochWorkArea::Entry> expected = area.entries;
+    std::stable_sort(expected.begin(), expected.end(), [](const auto& a, const auto& b) {
+        if (a.system != b.system) return a.system < b.system;
+        if (a.satellite != b.satellite) return a.satellite < b.satellite;
+        return std::memcmp(a.code, b.code, 2) < 0;
+    });
+    area.sort();
+    ASSERT_EQ(area.entries.size(), expected.size());
+    for (size_t i = 0; i < expected.size(); ++i)
+        EXPECT_EQ(area.entries[i].pseudorange, expected[i].pseudorange) << "at " << i;
+}
+
+} // namespace
+
+TEST(ObservationEpoch, SystemsInTheBoardsOrderAreSortedByLetter) {
+    // Each system's observations together and in order, the systems not: runs put in order.
+    expectSortedLikeAStableSort(workArea({{'G', 1, "1C"},
+                                          {'G', 1, "2W"},
+                                          {'G', 7, "1C"},
+                                          {'R', 3, "1C"},
+                                          {'R', 9, "2P"},
+                                          {'S', 23, "1C"},
+                                          {'E', 2, "1C"},
+                                          {'E', 2, "5Q"},
+                                          {'C', 5, "2I"}}));
+}
+
+TEST(ObservationEpoch, InterleavedRunsAndRepeatedSignalsAreSortedStably) {
+    // Runs whose ranges overlap; a signal listed twice keeps the decoder's order.
+    expectSortedLikeAStableSort(workArea({{'G', 1, "1C"}, {'G', 3, "1C"}, {'G', 2, "1C"}, {'G', 4, "1C"}}));
+    expectSortedLikeAStableSort(workArea({{'G', 5, "1C"}, {'G', 5, "1C"}, {'E', 1, "1C"}, {'G', 5, "1C"}}));
+    // More runs than are put in order one by one: every satellite alone, descending.
+    std::vector<std::tuple<char, int, const char*>> descending;
+    for (int n = 30; n >= 1; --n)
+        descending.emplace_back('G', n, "1C");
+    expectSortedLikeAStableSort(workArea(descending));
+}
+
+TEST(ObservationEpoch, RandomEpochsAreSortedLikeAStableSort) {
+    std::mt19937 random(7);
+    const char systems[] = "GRSEC";
+    const char* codes[] = {"1C", "2W", "5Q", "2C"};
+    for (int round = 0; round < 2000; ++round) {
+        std::vector<std::tuple<char, int, const char*>> order;
+        const int blocks = 1 + int(random() % 6);
+        for (int b = 0; b < blocks; ++b) {
+            // Mostly ascending blocks of a system, sometimes shuffled.
+            const char system = systems[random() % 5];
+            std::vector<std::tuple<char, int, const char*>> block;
+            const int count = 1 + int(random() % 12);
+            for (int i = 0; i < count; ++i)
+                block.emplace_back(system, 1 + int(random() % 8), codes[random() % 4]);
+            if (random() % 3 != 0)
+                std::sort(block.begin(), block.end(), [](const auto& a, const auto& b) {
+                    if (std::get<1>(a) != std::get<1>(b)) return std::get<1>(a) < std::get<1>(b);
+                    return std::strcmp(std::get<2>(a), std::get<2>(b)) < 0;
+                });
+            order.insert(order.end(), block.begin(), block.end());
+        }
+        SCOPED_TRACE(round);
+        expectSortedLikeAStableSort(workArea(order));
+        if (HasFailure()) return;
+    }
 }
