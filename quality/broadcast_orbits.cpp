@@ -94,10 +94,12 @@ SatelliteState keplerState(const KeplerEphemeris& eph, double t) {
         const double yg = xp * sinNode + yp * cosI * cosNode;
         const double zg = yp * sinI;
         const double f = -5.0 * gnss::kPi / 180.0;
-        const double y1 = yg * std::cos(f) + zg * std::sin(f);
-        const double z1 = -yg * std::sin(f) + zg * std::cos(f);
+        const double sinF = std::sin(f), cosF = std::cos(f);
+        const double y1 = yg * cosF + zg * sinF;
+        const double z1 = -yg * sinF + zg * cosF;
         const double z = we * tk;
-        s.position = {xg * std::cos(z) + y1 * std::sin(z), -xg * std::sin(z) + y1 * std::cos(z), z1};
+        const double sinZ = std::sin(z), cosZ = std::cos(z);
+        s.position = {xg * cosZ + y1 * sinZ, -xg * sinZ + y1 * cosZ, z1};
     } else {
         const double node = eph.omega0 + (eph.omegaDot - we) * tk - we * eph.toeOfWeek;
         const double sinNode = std::sin(node), cosNode = std::cos(node);

@@ -782,6 +782,7 @@ struct QualityCheck::State {
         // afterwards: branches on them would follow the data. A system's columns are
         // distinct signals (trackColumn): each counts once per line.
         const ColumnMasks& masks = columnMasks(s);
+        TrackedColumn* const columns = trackedColumns[s];
         FieldPatterns* const patterns = trackedFieldPatterns[s];
         uint32_t lineSignals = 0; // bit k: signal k counted for this line
         uint64_t codeBits = 0, phaseBits = 0, lockBits = 0;
@@ -795,9 +796,9 @@ struct QualityCheck::State {
             lockBits |= values.lossOfLock & 2 ? bit : 0;
             if (!(masks.counted & bit)) continue;
             ++patterns[c][fields & 15];
-            const int signal = trackedColumns[s][c].signal;
-            const int k = (signal >= 0 ? signal : signalOfColumn(system, trackedColumns[s][c], tracker)) &
-                          (kWindowSignals - 1);
+            const int signal = columns[c].signal;
+            const int k =
+                (signal >= 0 ? signal : signalOfColumn(system, columns[c], tracker)) & (kWindowSignals - 1);
             // The signal's totals are the sums of its windows (closeWindow).
             lineSignals |= uint32_t(1) << k;
             WindowSignal& windowSignal = window.signal[k];
@@ -813,7 +814,6 @@ struct QualityCheck::State {
         phaseBits &= masks.counted;
         const bool anyPhase = phaseBits != 0;
         const bool lossOfLock = (lockBits & phaseBits & masks.lossOfLock) != 0;
-        const TrackedColumn* const columns = trackedColumns[s];
         // Each band's code: the first one of the phase's attribute, else the band's first.
         Observation phases[2], codes[2];
         const Observation* phase[2] = {nullptr, nullptr};

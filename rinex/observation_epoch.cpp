@@ -95,30 +95,28 @@ bool EpochWorkArea::orderRuns() {
     // ascending runs. When their key ranges do not overlap, the runs in the order of their
     // first keys are the sorted entries.
     constexpr size_t kMaxRuns = 16;
-    size_t begin[kMaxRuns], runs = 0;
+    // The runs' starts in the decoder's order: each run ends where the next one starts.
+    size_t start[kMaxRuns + 1], runs = 0;
     for (size_t i = 0; i < keys_.size(); ++i) {
         if (i > 0 && keys_[i] > keys_[i - 1]) continue;
         if (runs == kMaxRuns) return false;
-        // Insertion by first key, the runs being few.
-        size_t at = runs++;
-        for (; at > 0 && keys_[begin[at - 1]] > keys_[i]; --at)
-            begin[at] = begin[at - 1];
-        begin[at] = i;
+        start[runs++] = i;
     }
-    auto endOf = [&](size_t run) {
-        size_t end = begin[run] + 1;
-        while (end < keys_.size() && keys_[end] > keys_[end - 1])
-            ++end;
-        return end;
-    };
-    size_t ends[kMaxRuns];
+    start[runs] = keys_.size();
+    // The runs by their first keys, by insertion (they are few).
+    size_t order[kMaxRuns];
     for (size_t r = 0; r < runs; ++r) {
-        ends[r] = endOf(r);
-        if (r > 0 && keys_[ends[r - 1] - 1] > keys_[begin[r]]) return false;
+        size_t at = r;
+        for (; at > 0 && keys_[start[order[at - 1]]] > keys_[start[r]]; --at)
+            order[at] = order[at - 1];
+        order[at] = r;
     }
-    for (size_t r = 0; r < runs; ++r)
-        reordered_.insert(reordered_.end(), entries.begin() + ptrdiff_t(begin[r]),
-                          entries.begin() + ptrdiff_t(ends[r]));
+    // Each run's keys all below the next one's.
+    for (size_t k = 1; k < runs; ++k)
+        if (keys_[start[order[k - 1] + 1] - 1] > keys_[start[order[k]]]) return false;
+    for (size_t k = 0; k < runs; ++k)
+        reordered_.insert(reordered_.end(), entries.begin() + ptrdiff_t(start[order[k]]),
+                          entries.begin() + ptrdiff_t(start[order[k] + 1]));
     return true;
 }
 
