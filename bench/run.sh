@@ -16,7 +16,9 @@
 # --quick: sizes 10,40 MB. Sizes are in MB (10^6 bytes); so are all rates printed.
 # --no-nav-heavy: leave out the RANGECMP 1 Hz stream with new navigation records every 30 s.
 # --jobs-check: also time -j 1 and -j 2 on two copies of the first size's RANGECMP 1 Hz stream.
-# --qc: also time each conversion with --qc (interleaved runs) and print what the check adds.
+# --qc: also time each conversion with --qc (interleaved runs) and print what the check adds,
+#       also as the median of each run's pair (--qc wall / convert wall), which a machine whose
+#       speed drifts between runs disturbs least.
 # --convert: time this velmoor-convert instead of the one built here (e.g. an older build).
 # The work directory defaults to /dev/shm (memory only: no disk write-back in the timings).
 set -euo pipefail
@@ -149,6 +151,7 @@ for size in "${size_list[@]}"; do
         qc_times=()
         qc_cpu=()
         qc_rss=()
+        qc_pairs=()
         out_bytes=0
         nav_lines=0
         for ((run = 1; run <= runs; run++)); do
@@ -178,6 +181,7 @@ for size in "${size_list[@]}"; do
                 qc_times+=("$qwall")
                 qc_cpu+=("$qcpu")
                 qc_rss+=("$qrss")
+                qc_pairs+=("$(awk -v q="$qwall" -v c="$wall" 'BEGIN { printf "%.4f\n", q / c }')")
                 rm -rf "$out_dir"
                 echo "   run $run: convert --qc $qwall s (CPU $qcpu s, RSS $qrss kB)" >&2
             fi
@@ -214,15 +218,16 @@ for size in "${size_list[@]}"; do
             qm="$(printf '%s\n' "${qc_times[@]}" | median)"
             qc="$(printf '%s\n' "${qc_cpu[@]}" | median)"
             qr="$(printf '%s\n' "${qc_rss[@]}" | median)"
+            qp="$(printf '%s\n' "${qc_pairs[@]}" | median)"
             cb0="$(printf '%s\n' "${conv_times[@]}" | best)"
             cm0="$(printf '%s\n' "${conv_times[@]}" | median)"
             cc0="$(printf '%s\n' "${conv_cpu[@]}" | median)"
             cr0="$(printf '%s\n' "${rss_values[@]}" | median)"
             qc_rows+=("$(awk -v lg="$name" -v rate="$rate" -v ib="$in_bytes" -v cb="$cb0" -v cm="$cm0" -v cc="$cc0" \
-                -v cr="$cr0" -v qb="$qb" -v qm="$qm" -v qc="$qc" -v qr="$qr" 'BEGIN {
-                printf "| %s | %d Hz | %.1f | %.3f | %.3f | %.2f | %.3f | %.3f | %.2f | %+.0f %% | %+.0f %% | %+.0f %% | %.1f | %.1f |",
+                -v cr="$cr0" -v qb="$qb" -v qm="$qm" -v qc="$qc" -v qr="$qr" -v qp="$qp" 'BEGIN {
+                printf "| %s | %d Hz | %.1f | %.3f | %.3f | %.2f | %.3f | %.3f | %.2f | %+.0f %% | %+.0f %% | %+.0f %% | %+.0f %% | %.1f | %.1f |",
                     lg, rate, ib / 1e6, cb, cm, cc, qb, qm, qc, 100 * (qb / cb - 1), 100 * (qm / cm - 1),
-                    100 * (qc / cc - 1), cr / 1024, qr / 1024 }')")
+                    100 * (qp - 1), 100 * (qc / cc - 1), cr / 1024, qr / 1024 }')")
         fi
 
         cb="$(printf '%s\n' "${conv_times[@]}" | best)"
@@ -253,9 +258,10 @@ done
     if [ ${#qc_rows[@]} -gt 0 ]; then
         echo
         echo "With --qc (same runs, interleaved): what the quality check adds to the conversion."
+        echo "Added paired: the median over the runs of each run's --qc wall time / convert wall time."
         echo
-        echo "| stream | rate | input MB | convert best s | convert median s | convert CPU s | --qc best s | --qc median s | --qc CPU s | added best | added median | added CPU | RSS MB | --qc RSS MB |"
-        echo "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
+        echo "| stream | rate | input MB | convert best s | convert median s | convert CPU s | --qc best s | --qc median s | --qc CPU s | added best | added median | added paired | added CPU | RSS MB | --qc RSS MB |"
+        echo "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|"
         printf '%s\n' "${qc_rows[@]}"
     fi
     if [ ${#jobs_rows[@]} -gt 0 ]; then
