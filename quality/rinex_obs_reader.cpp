@@ -11,19 +11,6 @@
 
 namespace quality {
 
-int systemIndex(char system) {
-    switch (system) {
-    case 'G': return 0;
-    case 'R': return 1;
-    case 'E': return 2;
-    case 'C': return 3;
-    case 'J': return 4;
-    case 'I': return 5;
-    case 'S': return 6;
-    default: return 7;
-    }
-}
-
 bool RinexObsReader::getLine() {
     if (!std::getline(in_, line_)) return false;
     ++lineNumber_;

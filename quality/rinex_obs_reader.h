@@ -44,7 +44,26 @@ private:
     bool parseSatellite(SatelliteObservations& sat);
 };
 
-// 0..6 for G R E C J I S, 7 for anything else.
-int systemIndex(char system);
+// 0..6 for G R E C J I S, 7 for anything else. Inline: the check asks for every line.
+inline int systemIndex(char system) {
+    switch (system) {
+    case 'G':
+        return 0;
+    case 'R':
+        return 1;
+    case 'E':
+        return 2;
+    case 'C':
+        return 3;
+    case 'J':
+        return 4;
+    case 'I':
+        return 5;
+    case 'S':
+        return 6;
+    default:
+        return 7;
+    }
+}
 
 } // namespace quality

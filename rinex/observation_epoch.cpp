@@ -308,16 +308,21 @@ int Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
         observedSignalsCurrent_ = true;
     }
     const auto& entries = epoch.entries;
-    const int satellites = epoch.satelliteCount();
+    // The lines are found once: their count goes first, to epoch().
+    std::vector<size_t>& starts = observedLineStarts_;
+    starts.clear();
+    for (size_t begin = 0; begin < entries.size(); begin = epoch.satelliteEnd(begin))
+        starts.push_back(begin);
+    const int satellites = int(starts.size());
+    starts.push_back(entries.size());
     epochObserver_->epoch(gnss::gpsMilliseconds(epoch.week, epoch.milliseconds), satellites);
-    for (size_t begin = 0; begin < entries.size();) {
-        const size_t end = epoch.satelliteEnd(begin);
-        if (formattedSystem(entries[begin].system))
-            epochObserver_->satelliteElsewhere(entries[begin].system, entries[begin].satellite);
+    for (int line = 0; line < satellites; ++line) {
+        const EpochWorkArea::Entry* first = entries.data() + starts[size_t(line)];
+        if (formattedSystem(first->system))
+            epochObserver_->satelliteElsewhere(first->system, first->satellite);
         else
-            satelliteLine<false, true>(nullptr, observedSignals_, epochObserver_, entries.data() + begin,
-                                       entries.data() + end);
-        begin = end;
+            satelliteLine<false, true>(nullptr, observedSignals_, epochObserver_, first,
+                                       entries.data() + starts[size_t(line) + 1]);
     }
     return satellites;
 }

@@ -379,6 +379,8 @@ private:
     // epochs give the same columns as the output thread's signalMap_.
     SignalMap observedSignals_;
     bool observedSignalsCurrent_ = false;
+    // observeEpoch's satellite lines: where each starts in the epoch's entries, then the end.
+    std::vector<size_t> observedLineStarts_;
     // Whether formatEpoch tells the observer (no output thread); fixed while the files are
     // open, so that the output thread reads it safely while the pipeline is shut down.
     bool observedWhileFormatted_ = true;
