@@ -3,6 +3,8 @@
 // Streaming reader of RINEX 3.02-3.05 observation files: the header, then one epoch at a
 // time into a reused Epoch. A malformed record is reported and skipped; reading goes on at
 // the next epoch line, so that a damaged file still gives what it holds.
+#include <array>
+#include <cstdint>
 #include <istream>
 #include <string>
 #include <vector>
@@ -44,26 +46,23 @@ private:
     bool parseSatellite(SatelliteObservations& sat);
 };
 
+namespace detail {
+// systemIndex of every byte, made by the compiler.
+constexpr std::array<int8_t, 256> systemIndexTable() {
+    std::array<int8_t, 256> table{};
+    for (auto& index : table)
+        index = 7;
+    const char letters[] = "GRECJIS";
+    for (int i = 0; i < 7; ++i)
+        table[uint8_t(letters[i])] = int8_t(i);
+    return table;
+}
+inline constexpr std::array<int8_t, 256> kSystemIndex = systemIndexTable();
+} // namespace detail
+
 // 0..6 for G R E C J I S, 7 for anything else. Inline: the check asks for every line.
 inline int systemIndex(char system) {
-    switch (system) {
-    case 'G':
-        return 0;
-    case 'R':
-        return 1;
-    case 'E':
-        return 2;
-    case 'C':
-        return 3;
-    case 'J':
-        return 4;
-    case 'I':
-        return 5;
-    case 'S':
-        return 6;
-    default:
-        return 7;
-    }
+    return detail::kSystemIndex[uint8_t(system)];
 }
 
 } // namespace quality

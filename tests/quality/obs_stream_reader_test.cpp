@@ -141,3 +141,16 @@ TEST(RinexObsReader, EventWithoutEpochTakesTheLastEpochsTime) {
     EXPECT_FALSE(reader.next(e));
     EXPECT_EQ(reader.problemCount(), 0u);
 }
+
+TEST(RinexObsReader, SystemIndexOfEveryByte) {
+    const std::string letters = "GRECJIS";
+    for (int b = 0; b < 256; ++b) {
+        const char c = char(b);
+        const size_t at = letters.find(c);
+        const int expected = c != '\0' && at != std::string::npos ? int(at) : 7;
+        EXPECT_EQ(systemIndex(c), expected) << "byte " << b;
+    }
+    EXPECT_EQ(systemIndex('G'), 0);
+    EXPECT_EQ(systemIndex('S'), 6);
+    EXPECT_EQ(systemIndex('g'), 7);
+}
