@@ -19,8 +19,6 @@ namespace quality {
 
 namespace {
 
-constexpr int kSystemCount = 7;
-const char kSystemLetters[kSystemCount + 1] = "GRECJIS";
 constexpr double kVisibilityStep = 30.0;  // s between elevation updates
 constexpr int kMinMultipathArc = 5;       // epochs: shorter arcs add nothing
 constexpr double kPdopBin = 0.01;

@@ -46,15 +46,18 @@ private:
     bool parseSatellite(SatelliteObservations& sat);
 };
 
+// The systems the check knows, in the order of their indexes.
+constexpr int kSystemCount = 7;
+inline constexpr char kSystemLetters[kSystemCount + 1] = "GRECJIS";
+
 namespace detail {
 // systemIndex of every byte, made by the compiler.
 constexpr std::array<int8_t, 256> systemIndexTable() {
     std::array<int8_t, 256> table{};
     for (auto& index : table)
-        index = 7;
-    const char letters[] = "GRECJIS";
-    for (int i = 0; i < 7; ++i)
-        table[uint8_t(letters[i])] = int8_t(i);
+        index = kSystemCount;
+    for (int i = 0; i < kSystemCount; ++i)
+        table[uint8_t(kSystemLetters[i])] = int8_t(i);
     return table;
 }
 inline constexpr std::array<int8_t, 256> kSystemIndex = systemIndexTable();

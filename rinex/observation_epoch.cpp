@@ -127,6 +127,13 @@ int EpochWorkArea::satelliteCount() const {
     return satellites;
 }
 
+void EpochWorkArea::satelliteStarts(std::vector<size_t>& starts) const {
+    starts.clear();
+    for (size_t begin = 0; begin < entries.size(); begin = satelliteEnd(begin))
+        starts.push_back(begin);
+    starts.push_back(entries.size());
+}
+
 void EpochWorkArea::reserve(size_t count) {
     entries.reserve(count);
     keys_.reserve(count);
@@ -309,12 +316,9 @@ int Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
     }
     const auto& entries = epoch.entries;
     // The lines are found once: their count goes first, to epoch().
-    std::vector<size_t>& starts = observedLineStarts_;
-    starts.clear();
-    for (size_t begin = 0; begin < entries.size(); begin = epoch.satelliteEnd(begin))
-        starts.push_back(begin);
-    const int satellites = int(starts.size());
-    starts.push_back(entries.size());
+    const std::vector<size_t>& starts = observedLineStarts_;
+    epoch.satelliteStarts(observedLineStarts_);
+    const int satellites = int(starts.size()) - 1;
     epochObserver_->epoch(gnss::gpsMilliseconds(epoch.week, epoch.milliseconds), satellites);
     for (int line = 0; line < satellites; ++line) {
         const EpochWorkArea::Entry* first = entries.data() + starts[size_t(line)];

@@ -94,6 +94,8 @@ struct EpochWorkArea {
     }
     // The satellite lines of the epoch (entries sorted).
     int satelliteCount() const;
+    // Where each satellite line starts in the entries, then the entries' end (entries sorted).
+    void satelliteStarts(std::vector<size_t>& starts) const;
     void reserve(size_t count);
 
 private:
@@ -379,7 +381,7 @@ private:
     // epochs give the same columns as the output thread's signalMap_.
     SignalMap observedSignals_;
     bool observedSignalsCurrent_ = false;
-    // observeEpoch's satellite lines: where each starts in the epoch's entries, then the end.
+    // observeEpoch's satellite lines (EpochWorkArea::satelliteStarts), kept to be reused.
     std::vector<size_t> observedLineStarts_;
     // Whether formatEpoch tells the observer (no output thread); fixed while the files are
     // open, so that the output thread reads it safely while the pipeline is shut down.
