@@ -316,8 +316,8 @@ int Rinex3xx::observeEpoch(const EpochWorkArea& epoch) {
     }
     const auto& entries = epoch.entries;
     // The lines are found once: their count goes first, to epoch().
-    const std::vector<size_t>& starts = observedLineStarts_;
     epoch.satelliteStarts(observedLineStarts_);
+    const std::vector<size_t>& starts = observedLineStarts_;
     const int satellites = int(starts.size()) - 1;
     epochObserver_->epoch(gnss::gpsMilliseconds(epoch.week, epoch.milliseconds), satellites);
     for (int line = 0; line < satellites; ++line) {
