@@ -179,6 +179,8 @@ int run(const Options& o) {
     uint64_t epochs = 0, satellites = 0, signals = 0, navFrames = 0, rangeBytes = 0;
     std::map<std::string, uint64_t> omitted;
     double nextNav = 0;
+    // The board keeps each signal's phase continuous through a lock, as a receiver does.
+    encoding::PhaseAnchors phaseAnchors;
     for (int64_t step = 0; out.total() < target; ++step) {
         const double t = double(step * stepMs) / 1000.0;
         if (t >= nextNav) {
@@ -199,10 +201,10 @@ int run(const Options& o) {
 
         const bench::EpochSignals epoch = sky.observe(t);
         const encoding::FrameStamp stamp = clock.stamp(t);
-        const encoding::EncodedRangeLog log = o.log == "range" ? encoding::encodeRange(stamp, epoch.signals)
-                                              : o.log == "rangecmp"
-                                                  ? encoding::encodeRangeCmp(stamp, epoch.signals)
-                                                  : encoding::encodeRangeCmp2(stamp, epoch.signals);
+        const encoding::EncodedRangeLog log =
+            o.log == "range"      ? encoding::encodeRange(stamp, epoch.signals)
+            : o.log == "rangecmp" ? encoding::encodeRangeCmp(stamp, epoch.signals)
+                                  : encoding::encodeRangeCmp2Anchored(stamp, epoch.signals, phaseAnchors);
         for (const encoding::SignalOutcome& outcome : log.outcomes)
             if (!outcome.encoded) ++omitted[outcome.omittedReason];
         out.append(log.frame);

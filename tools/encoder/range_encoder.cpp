@@ -226,7 +226,31 @@ EncodedRangeLog encodeRangeCmp(const FrameStamp& stamp, const std::vector<RangeS
     return finish(decoding::LogRangeCmp, stamp, body.bytes(), std::move(outcomes));
 }
 
-EncodedRangeLog encodeRangeCmp2(const FrameStamp& stamp, const std::vector<RangeSignal>& inputs) {
+PhaseAnchors::Anchor& PhaseAnchors::of(const RangeSignal& signal, bool& created) {
+    const auto key = std::make_tuple(int(signal.system), signal.satellite, signal.signal);
+    auto it = anchors_.find(key);
+    created = it == anchors_.end();
+    if (created) it = anchors_.emplace(key, Anchor{0, -1}).first;
+    return it->second;
+}
+
+namespace {
+
+// Whole cycles that move a phase range next to `target` and not below the base.
+double cyclesNextTo(double target, double phaseRange, double wavelength, double base) {
+    double cycles = std::round((target - phaseRange) / wavelength);
+    while (phaseRange + cycles * wavelength < base)
+        cycles += 1;
+    return cycles;
+}
+
+// Whether a phase range lies in the satellite's 512 m window above the base.
+bool inPhaseWindow(double range, double base) {
+    return range >= base && std::llround((range - base) * 2048.0) <= 0xFFFFF;
+}
+
+EncodedRangeLog encodeRangeCmp2With(const FrameStamp& stamp, const std::vector<RangeSignal>& inputs,
+                                    PhaseAnchors* anchors) {
     std::vector<SignalOutcome> outcomes(inputs.size());
 
     // Satellites in order of first appearance, each with the indexes of its signals.
@@ -331,15 +355,25 @@ EncodedRangeLog encodeRangeCmp2(const FrameStamp& stamp, const std::vector<Range
             const double frequency = carrierFrequency(s);
             const double wavelength = kSpeedOfLight / frequency;
 
-            // Phase range moved by whole cycles to the pseudorange, and not below the base.
+            // Phase range moved by whole cycles to the pseudorange, and not below the base; with
+            // anchors, by the shift its lock started with while that still fits.
             const double phaseRange = -s.carrierPhase * wavelength;
             const double target = s.codeLocked ? s.pseudorange : base;
-            double cycles = std::round((target - phaseRange) / wavelength);
-            double shifted = phaseRange + cycles * wavelength;
-            while (shifted < base) {
-                cycles += 1;
-                shifted = phaseRange + cycles * wavelength;
+            double cycles = 0;
+            if (anchors) {
+                bool created = false;
+                PhaseAnchors::Anchor& anchor = anchors->of(s, created);
+                const bool keeps = !created && s.lockTime >= anchor.lockTime &&
+                                   inPhaseWindow(phaseRange + anchor.cycles * wavelength, base);
+                if (!keeps)
+                    anchor.cycles =
+                        cyclesNextTo(target + PhaseAnchors::kPhaseAnchorAbove, phaseRange, wavelength, base);
+                anchor.lockTime = s.lockTime;
+                cycles = anchor.cycles;
+            } else {
+                cycles = cyclesNextTo(target, phaseRange, wavelength, base);
             }
+            const double shifted = phaseRange + cycles * wavelength;
             outcome.phaseShiftCycles = -cycles;
 
             const uint32_t lockMs = uint32_t(clampRound(s.lockTime * 1000.0, 0, 0x1FFFF));
@@ -364,6 +398,17 @@ EncodedRangeLog encodeRangeCmp2(const FrameStamp& stamp, const std::vector<Range
     }
     body.u32(0, uint32_t(at - 4));
     return finish(decoding::LogRangeCmp2, stamp, body.bytes(), std::move(outcomes));
+}
+
+} // namespace
+
+EncodedRangeLog encodeRangeCmp2(const FrameStamp& stamp, const std::vector<RangeSignal>& inputs) {
+    return encodeRangeCmp2With(stamp, inputs, nullptr);
+}
+
+EncodedRangeLog encodeRangeCmp2Anchored(const FrameStamp& stamp, const std::vector<RangeSignal>& inputs,
+                                        PhaseAnchors& anchors) {
+    return encodeRangeCmp2With(stamp, inputs, &anchors);
 }
 
 } // namespace encoding

@@ -3,7 +3,9 @@
 // Encoders of the three range logs (RANGE 43, RANGECMP 140, RANGECMP2 1273) from meaningful
 // observation values: the inverse of the decoders in decoding/range_decoders.h.
 #include <cstdint>
+#include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "decoding/signal_table.h"
@@ -77,5 +79,28 @@ EncodedRangeLog encodeRangeCmp(const FrameStamp& stamp, const std::vector<RangeS
 // the pseudorange, see SignalOutcome::phaseShiftCycles) and its Doppler difference (1/256 Hz,
 // within +-256 Hz).
 EncodedRangeLog encodeRangeCmp2(const FrameStamp& stamp, const std::vector<RangeSignal>& inputs);
+
+// The phase shifts of a board that keeps its carrier phase continuous, for
+// encodeRangeCmp2Anchored over a stream: a signal is shifted once when its lock starts (its range then sits
+// kPhaseAnchorAbove metres above the pseudorange) and keeps that shift while its range stays
+// within the 512 m window and its lock time grows. Without them every epoch's phase is moved
+// to its own pseudorange, whose noise changes the whole cycles from one epoch to the next.
+class PhaseAnchors {
+public:
+    static constexpr double kPhaseAnchorAbove = 128.0; // m: room for the code-carrier drift
+
+    struct Anchor {
+        double cycles = 0;   // added to the phase range's cycles
+        double lockTime = 0; // s, when last used
+    };
+    // The anchor of a signal, created empty (cycles 0, lockTime -1) on first use.
+    Anchor& of(const RangeSignal& signal, bool& created);
+
+private:
+    std::map<std::tuple<int, int, const decoding::SignalInfo*>, Anchor> anchors_;
+};
+
+EncodedRangeLog encodeRangeCmp2Anchored(const FrameStamp& stamp, const std::vector<RangeSignal>& inputs,
+                                        PhaseAnchors& anchors);
 
 } // namespace encoding

@@ -152,6 +152,56 @@ TEST(RangeEncoder, RangeCmp2ShiftsThePhaseByWholeCyclesNextToThePseudorange) {
     EXPECT_NEAR(-o[0].carrierPhase * wavelength, s.pseudorange, 2 * wavelength);
 }
 
+TEST(RangeEncoder, RangeCmp2WithAnchorsKeepsThePhaseContinuousThroughALock) {
+    // A phase that follows the range exactly and a pseudorange with a metre of noise: moved to
+    // each epoch's pseudorange the phase would jump by whole cycles; anchored it does not.
+    const double wavelength = kC / 1575420000.0;
+    PhaseAnchors anchors;
+    double firstShift = 0;
+    for (int epoch = 0; epoch < 20; ++epoch) {
+        const double range = 23000000.0 + 700.0 * epoch;
+        RangeSignal s = gpsL1(11, range + (epoch % 2 ? 0.9 : -0.9));
+        s.carrierPhase = -range / wavelength + 1234567.0; // an ambiguity far outside the window
+        s.lockTime = 100.0 + epoch;
+        const EncodedRangeLog log = encodeRangeCmp2Anchored({}, {s}, anchors);
+        ASSERT_TRUE(log.outcomes[0].encoded);
+        const double shift = log.outcomes[0].phaseShiftCycles;
+        if (epoch == 0) firstShift = shift;
+        EXPECT_EQ(shift, firstShift) << "epoch " << epoch;
+        const std::vector<RangeObservation> o = decodeAll(log);
+        ASSERT_EQ(o.size(), 1u);
+        EXPECT_NEAR(o[0].carrierPhase, s.carrierPhase + shift, 0.5 / 2048 / wavelength + 1e-6);
+        // The range sits the anchor's distance above the pseudorange it started from.
+        EXPECT_NEAR(-o[0].carrierPhase * wavelength - range, PhaseAnchors::kPhaseAnchorAbove, 2.0);
+    }
+    // Without anchors the same noise moves the phase by whole cycles.
+    RangeSignal a = gpsL1(11, 23000000.0 + 0.9), b = gpsL1(11, 23000000.0 - 0.9);
+    a.carrierPhase = b.carrierPhase = -23000000.0 / wavelength;
+    EXPECT_NE(encodeRangeCmp2({}, {a}).outcomes[0].phaseShiftCycles,
+              encodeRangeCmp2({}, {b}).outcomes[0].phaseShiftCycles);
+}
+
+TEST(RangeEncoder, RangeCmp2AnchorsStartAgainWithALockOrOutsideTheWindow) {
+    const double wavelength = kC / 1575420000.0;
+    PhaseAnchors anchors;
+    RangeSignal s = gpsL1(5, 21000000.0);
+    s.lockTime = 50;
+    const double first = encodeRangeCmp2Anchored({}, {s}, anchors).outcomes[0].phaseShiftCycles;
+    // A new lock (its time starts again) with a new ambiguity: a new shift.
+    s.carrierPhase -= 777.0;
+    s.lockTime = 1;
+    const double relocked = encodeRangeCmp2Anchored({}, {s}, anchors).outcomes[0].phaseShiftCycles;
+    EXPECT_EQ(relocked, first + 777.0);
+    // The same lock whose range left the 512 m window: shifted back into it.
+    s.lockTime = 2;
+    s.carrierPhase += 600.0 / wavelength; // the range 600 m lower
+    const EncodedRangeLog log = encodeRangeCmp2Anchored({}, {s}, anchors);
+    ASSERT_TRUE(log.outcomes[0].encoded);
+    const std::vector<RangeObservation> o = decodeAll(log);
+    ASSERT_EQ(o.size(), 1u);
+    EXPECT_NEAR(-o[0].carrierPhase * wavelength - s.pseudorange, PhaseAnchors::kPhaseAnchorAbove, wavelength);
+}
+
 TEST(RangeEncoder, RangeCmp2GroupsSignalsBySatelliteInOrderOfAppearance) {
     RangeSignal a1 = gpsL1(1, 20000000), b1 = gpsL1(2, 21000000), a2 = gpsL1(1, 20000003);
     a2.signal = signalForRinexCode(SystemGps, "5Q");
