@@ -230,7 +230,7 @@ PhaseAnchors::Anchor& PhaseAnchors::of(const RangeSignal& signal, bool& created)
     const auto key = std::make_tuple(int(signal.system), signal.satellite, signal.signal);
     auto it = anchors_.find(key);
     created = it == anchors_.end();
-    if (created) it = anchors_.emplace(key, Anchor{0, -1}).first;
+    if (created) it = anchors_.emplace(key, Anchor{}).first;
     return it->second;
 }
 

@@ -81,19 +81,20 @@ EncodedRangeLog encodeRangeCmp(const FrameStamp& stamp, const std::vector<RangeS
 EncodedRangeLog encodeRangeCmp2(const FrameStamp& stamp, const std::vector<RangeSignal>& inputs);
 
 // The phase shifts of a board that keeps its carrier phase continuous, for
-// encodeRangeCmp2Anchored over a stream: a signal is shifted once when its lock starts (its range then sits
-// kPhaseAnchorAbove metres above the pseudorange) and keeps that shift while its range stays
-// within the 512 m window and its lock time grows. Without them every epoch's phase is moved
-// to its own pseudorange, whose noise changes the whole cycles from one epoch to the next.
+// encodeRangeCmp2Anchored over a stream: a signal is shifted once when its lock starts (its
+// range then sits kPhaseAnchorAbove metres above the pseudorange) and keeps that shift while
+// its range stays within the 512 m window and its lock time grows. Without them every epoch's
+// phase is moved to its own pseudorange, whose noise changes the whole cycles from one epoch
+// to the next.
 class PhaseAnchors {
 public:
     static constexpr double kPhaseAnchorAbove = 128.0; // m: room for the code-carrier drift
 
     struct Anchor {
-        double cycles = 0;   // added to the phase range's cycles
-        double lockTime = 0; // s, when last used
+        double cycles = 0;    // added to the phase range's cycles
+        double lockTime = -1; // s, when last used
     };
-    // The anchor of a signal, created empty (cycles 0, lockTime -1) on first use.
+    // The anchor of a signal; `created` tells that it is new (it holds no shift yet).
     Anchor& of(const RangeSignal& signal, bool& created);
 
 private:
