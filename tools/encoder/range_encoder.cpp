@@ -226,15 +226,15 @@ EncodedRangeLog encodeRangeCmp(const FrameStamp& stamp, const std::vector<RangeS
     return finish(decoding::LogRangeCmp, stamp, body.bytes(), std::move(outcomes));
 }
 
-PhaseAnchors::Anchor& PhaseAnchors::of(const RangeSignal& signal, bool& created) {
-    const auto key = std::make_tuple(int(signal.system), signal.satellite, signal.signal);
-    auto it = anchors_.find(key);
-    created = it == anchors_.end();
-    if (created) it = anchors_.emplace(key, Anchor{}).first;
-    return it->second;
+PhaseAnchors::Anchor& PhaseAnchors::of(const RangeSignal& signal) {
+    return anchors_[std::make_tuple(int(signal.system), signal.satellite, signal.signal)];
 }
 
 namespace {
+
+// RANGECMP2's unsigned differences from a satellite's pseudorange base: the pseudorange's
+// (1/128 m, 14 bits) and the phase range's (1/2048 m, 20 bits).
+constexpr int64_t kPseudorangeDifferenceMax = 0x3FFF, kPhaseRangeDifferenceMax = 0xFFFFF;
 
 // Whole cycles that move a phase range next to `target` and not below the base.
 double cyclesNextTo(double target, double phaseRange, double wavelength, double base) {
@@ -246,7 +246,7 @@ double cyclesNextTo(double target, double phaseRange, double wavelength, double 
 
 // Whether a phase range lies in the satellite's 512 m window above the base.
 bool inPhaseWindow(double range, double base) {
-    return range >= base && std::llround((range - base) * 2048.0) <= 0xFFFFF;
+    return range >= base && std::llround((range - base) * 2048.0) <= kPhaseRangeDifferenceMax;
 }
 
 EncodedRangeLog encodeRangeCmp2With(const FrameStamp& stamp, const std::vector<RangeSignal>& inputs,
@@ -308,7 +308,7 @@ EncodedRangeLog encodeRangeCmp2With(const FrameStamp& stamp, const std::vector<R
         std::vector<size_t> kept;
         for (size_t i : sat.members) {
             const RangeSignal& s = inputs[i];
-            if (s.codeLocked && std::llround((s.pseudorange - base) * 128.0) > 0x3FFF)
+            if (s.codeLocked && std::llround((s.pseudorange - base) * 128.0) > kPseudorangeDifferenceMax)
                 outcomes[i].omittedReason = "pseudorange 128 m or more above the satellite's base";
             else
                 kept.push_back(i);
@@ -361,9 +361,8 @@ EncodedRangeLog encodeRangeCmp2With(const FrameStamp& stamp, const std::vector<R
             const double target = s.codeLocked ? s.pseudorange : base;
             double cycles = 0;
             if (anchors) {
-                bool created = false;
-                PhaseAnchors::Anchor& anchor = anchors->of(s, created);
-                const bool keeps = !created && s.lockTime >= anchor.lockTime &&
+                PhaseAnchors::Anchor& anchor = anchors->of(s);
+                const bool keeps = s.lockTime >= anchor.lockTime &&
                                    inPhaseWindow(phaseRange + anchor.cycles * wavelength, base);
                 if (!keeps)
                     anchor.cycles =
@@ -378,8 +377,10 @@ EncodedRangeLog encodeRangeCmp2With(const FrameStamp& stamp, const std::vector<R
 
             const uint32_t lockMs = uint32_t(clampRound(s.lockTime * 1000.0, 0, 0x1FFFF));
             const uint32_t cn0 = compressedCn0(s.cn0, outcome.cn0Clamped);
-            const uint32_t pseudorangeDiff = uint32_t(clampRound((s.pseudorange - base) * 128.0, 0, 0x3FFF));
-            const uint32_t phaseDiff = uint32_t(clampRound((shifted - base) * 2048.0, 0, 0xFFFFF));
+            const uint32_t pseudorangeDiff =
+                uint32_t(clampRound((s.pseudorange - base) * 128.0, 0, kPseudorangeDifferenceMax));
+            const uint32_t phaseDiff =
+                uint32_t(clampRound((shifted - base) * 2048.0, 0, kPhaseRangeDifferenceMax));
             const double dopplerDiff = std::round((referenceDoppler(s) - dopplerBase) * 256.0);
 
             const uint32_t w0 = uint32_t(s.signal->compressedCode & 0x1F) | (uint32_t(s.phaseLocked) << 5) |

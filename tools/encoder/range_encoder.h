@@ -2,6 +2,7 @@
 #pragma once
 // Encoders of the three range logs (RANGE 43, RANGECMP 140, RANGECMP2 1273) from meaningful
 // observation values: the inverse of the decoders in decoding/range_decoders.h.
+#include <cmath>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -91,11 +92,12 @@ public:
     static constexpr double kPhaseAnchorAbove = 128.0; // m: room for the code-carrier drift
 
     struct Anchor {
-        double cycles = 0;    // added to the phase range's cycles
-        double lockTime = -1; // s, when last used
+        double cycles = 0; // added to the phase range's cycles
+        // s, when last used; a new anchor's is above every lock time, so it takes a shift.
+        double lockTime = HUGE_VAL;
     };
-    // The anchor of a signal; `created` tells that it is new (it holds no shift yet).
-    Anchor& of(const RangeSignal& signal, bool& created);
+    // The anchor of a signal, new on first use.
+    Anchor& of(const RangeSignal& signal);
 
 private:
     std::map<std::tuple<int, int, const decoding::SignalInfo*>, Anchor> anchors_;

@@ -14,6 +14,7 @@ using namespace encoding;
 namespace {
 
 constexpr double kC = gnss::kSpeedOfLight;
+constexpr double kL1 = 1575420000.0, kL1Wavelength = kC / kL1; // GPS L1: Hz, m
 
 RangeSignal gpsL1(int satellite, double pseudorange) {
     RangeSignal s;
@@ -21,7 +22,7 @@ RangeSignal gpsL1(int satellite, double pseudorange) {
     s.satellite = satellite;
     s.signal = signalForRinexCode(SystemGps, "1C");
     s.pseudorange = pseudorange;
-    s.carrierPhase = -pseudorange * 1575420000.0 / kC;
+    s.carrierPhase = -pseudorange * kL1 / kC;
     s.doppler = 1000;
     s.cn0 = 45;
     return s;
@@ -147,21 +148,19 @@ TEST(RangeEncoder, RangeCmp2ShiftsThePhaseByWholeCyclesNextToThePseudorange) {
     EXPECT_EQ(shift, std::round(shift));
     const std::vector<RangeObservation> o = decodeAll(log);
     ASSERT_EQ(o.size(), 1u);
-    const double wavelength = kC / 1575420000.0;
-    EXPECT_NEAR(o[0].carrierPhase, s.carrierPhase + shift, 0.5 / 2048 / wavelength + 1e-6);
-    EXPECT_NEAR(-o[0].carrierPhase * wavelength, s.pseudorange, 2 * wavelength);
+    EXPECT_NEAR(o[0].carrierPhase, s.carrierPhase + shift, 0.5 / 2048 / kL1Wavelength + 1e-6);
+    EXPECT_NEAR(-o[0].carrierPhase * kL1Wavelength, s.pseudorange, 2 * kL1Wavelength);
 }
 
 TEST(RangeEncoder, RangeCmp2WithAnchorsKeepsThePhaseContinuousThroughALock) {
     // A phase that follows the range exactly and a pseudorange with a metre of noise: moved to
     // each epoch's pseudorange the phase would jump by whole cycles; anchored it does not.
-    const double wavelength = kC / 1575420000.0;
     PhaseAnchors anchors;
     double firstShift = 0;
     for (int epoch = 0; epoch < 20; ++epoch) {
         const double range = 23000000.0 + 700.0 * epoch;
         RangeSignal s = gpsL1(11, range + (epoch % 2 ? 0.9 : -0.9));
-        s.carrierPhase = -range / wavelength + 1234567.0; // an ambiguity far outside the window
+        s.carrierPhase = -range / kL1Wavelength + 1234567.0; // an ambiguity far outside the window
         s.lockTime = 100.0 + epoch;
         const EncodedRangeLog log = encodeRangeCmp2Anchored({}, {s}, anchors);
         ASSERT_TRUE(log.outcomes[0].encoded);
@@ -170,19 +169,18 @@ TEST(RangeEncoder, RangeCmp2WithAnchorsKeepsThePhaseContinuousThroughALock) {
         EXPECT_EQ(shift, firstShift) << "epoch " << epoch;
         const std::vector<RangeObservation> o = decodeAll(log);
         ASSERT_EQ(o.size(), 1u);
-        EXPECT_NEAR(o[0].carrierPhase, s.carrierPhase + shift, 0.5 / 2048 / wavelength + 1e-6);
+        EXPECT_NEAR(o[0].carrierPhase, s.carrierPhase + shift, 0.5 / 2048 / kL1Wavelength + 1e-6);
         // The range sits the anchor's distance above the pseudorange it started from.
-        EXPECT_NEAR(-o[0].carrierPhase * wavelength - range, PhaseAnchors::kPhaseAnchorAbove, 2.0);
+        EXPECT_NEAR(-o[0].carrierPhase * kL1Wavelength - range, PhaseAnchors::kPhaseAnchorAbove, 2.0);
     }
     // Without anchors the same noise moves the phase by whole cycles.
     RangeSignal a = gpsL1(11, 23000000.0 + 0.9), b = gpsL1(11, 23000000.0 - 0.9);
-    a.carrierPhase = b.carrierPhase = -23000000.0 / wavelength;
+    a.carrierPhase = b.carrierPhase = -23000000.0 / kL1Wavelength;
     EXPECT_NE(encodeRangeCmp2({}, {a}).outcomes[0].phaseShiftCycles,
               encodeRangeCmp2({}, {b}).outcomes[0].phaseShiftCycles);
 }
 
 TEST(RangeEncoder, RangeCmp2AnchorsStartAgainWithALockOrOutsideTheWindow) {
-    const double wavelength = kC / 1575420000.0;
     PhaseAnchors anchors;
     RangeSignal s = gpsL1(5, 21000000.0);
     s.lockTime = 50;
@@ -194,18 +192,19 @@ TEST(RangeEncoder, RangeCmp2AnchorsStartAgainWithALockOrOutsideTheWindow) {
     EXPECT_EQ(relocked, first + 777.0);
     // The same lock whose range left the 512 m window: shifted back into it.
     s.lockTime = 2;
-    s.carrierPhase += 600.0 / wavelength; // the range 600 m lower
+    s.carrierPhase += 600.0 / kL1Wavelength; // the range 600 m lower
     const EncodedRangeLog log = encodeRangeCmp2Anchored({}, {s}, anchors);
     ASSERT_TRUE(log.outcomes[0].encoded);
     const std::vector<RangeObservation> o = decodeAll(log);
     ASSERT_EQ(o.size(), 1u);
-    EXPECT_NEAR(-o[0].carrierPhase * wavelength - s.pseudorange, PhaseAnchors::kPhaseAnchorAbove, wavelength);
+    EXPECT_NEAR(-o[0].carrierPhase * kL1Wavelength - s.pseudorange, PhaseAnchors::kPhaseAnchorAbove,
+                kL1Wavelength);
 }
 
 TEST(RangeEncoder, RangeCmp2GroupsSignalsBySatelliteInOrderOfAppearance) {
     RangeSignal a1 = gpsL1(1, 20000000), b1 = gpsL1(2, 21000000), a2 = gpsL1(1, 20000003);
     a2.signal = signalForRinexCode(SystemGps, "5Q");
-    a2.doppler = 1000 * 1176450000.0 / 1575420000.0;
+    a2.doppler = 1000 * 1176450000.0 / kL1;
     const std::vector<RangeObservation> o = decodeAll(encodeRangeCmp2({}, {a1, b1, a2}));
     ASSERT_EQ(o.size(), 3u);
     EXPECT_EQ(o[0].satellite, 1);
